@@ -1,0 +1,5 @@
+#include "QmlProperty.h"
+
+QmlProperty::QmlProperty(QObject *parent)
+    : QObject(parent)
+{}

@@ -1,0 +1,644 @@
+#include "MeyerSingleton.h"
+#include "PanelSimulator.h"
+#include "SystemSet.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QtTest>
+
+#include <atomic>
+#include <cstdio>
+#include <fcntl.h>
+#include <mutex>
+#include <thread>
+#include <unistd.h>
+
+using HMI::PanelSimulator;
+using HMI::SystemSet;
+
+Q_DECLARE_METATYPE(std::function<void(SystemSet &)>)
+
+namespace {
+
+SystemSet &panel()
+{
+    return MeyerSingleton<SystemSet>::instance();
+}
+
+constexpr HMI::IP ip4(unsigned a, unsigned b, unsigned c, unsigned d)
+{
+    return (a << 24) | (b << 16) | (c << 8) | d;
+}
+
+QByteArray readFile(const QString &path)
+{
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    f.write(bytes);
+}
+
+/// Runs @p f with stderr sent to a file and returns what it wrote.
+template<typename F>
+QByteArray captureStderr(F f)
+{
+    std::fflush(stderr);
+    QTemporaryFile file;
+    if (!file.open())
+        return QByteArray("(no temporary file)");
+    const int saved = dup(2);
+    dup2(file.handle(), 2);
+    f();
+    std::fflush(stderr);
+    dup2(saved, 2);
+    close(saved);
+    return readFile(file.fileName());
+}
+
+HMI::SSID ssidOf(const QByteArray &bytes)
+{
+    HMI::SSID ssid{};
+    std::copy_n(bytes.constData(), std::min(bytes.size(), 32), ssid.begin());
+    return ssid;
+}
+
+/// Collects callback results together with the thread they arrived on.
+struct Recorder
+{
+    std::mutex mutex;
+    QList<int> values;
+    QList<bool> onWorker;
+
+    void add(int value)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        values << value;
+        onWorker << PanelSimulator::isCallbackThread();
+    }
+};
+
+} // namespace
+
+class tst_SystemSet : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void defaults();
+    void liveAddresses_data();
+    void liveAddresses();
+    void logLines_data();
+    void logLines();
+    void ssidsInTheLog();
+    void callbacksArriveOnWorkerAfterDelay();
+    void scanAndReset();
+    void connectOutcomes_data();
+    void connectOutcomes();
+    void persistenceRoundTrip();
+    void notPersistedStaysInMemory();
+    void unwritableStateFile();
+    void badStateFiles_data();
+    void badStateFiles();
+    void wrongTypesKeepTheirDefaults();
+    void outOfRangeValues();
+    void languageFollowsEditedFile();
+    void buzzerFromAnotherThread();
+
+private:
+    QTemporaryDir m_dir;
+    QString m_envLog;
+};
+
+void tst_SystemSet::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    // The first use reads the environment: a state file and a log file.
+    const QString state = m_dir.filePath(QStringLiteral("env-state.json"));
+    writeFile(state, R"({"serial": "FROM-ENV", "adapters": {"LAN0": {}}})");
+    m_envLog = m_dir.filePath(QStringLiteral("env.log"));
+    qputenv("QSP_PANEL_STATE", state.toUtf8());
+    qputenv("QSP_PANEL_LOG", m_envLog.toUtf8());
+    QCOMPARE(panel().getSerialNumber(), std::string("FROM-ENV"));
+    QCOMPARE(panel().getAllNIC(), int(SystemSet::NIC_LAN0));
+    panel().beep(true);
+    QCOMPARE(readFile(m_envLog), QByteArray("beep 1\n"));
+    PanelSimulator::setLogFile(std::string());
+}
+
+void tst_SystemSet::init()
+{
+    QVERIFY(PanelSimulator::loadStateFile(std::string()));
+    PanelSimulator::clearCallLog();
+}
+
+void tst_SystemSet::cleanup()
+{
+    QVERIFY(PanelSimulator::waitForIdle(5000));
+}
+
+void tst_SystemSet::defaults()
+{
+    SystemSet &p = panel();
+    QCOMPARE(p.getAllNIC(), 1 | 2 | 4 | 16 | 64);
+    QVERIFY(p.isNicEnabled(SystemSet::NIC_LAN0));
+    QVERIFY(p.isNicEnabled(SystemSet::NIC_4G));
+    QVERIFY(!p.isNicEnabled(SystemSet::NIC_VPN));
+    QVERIFY(!p.isDhcpOn(SystemSet::NIC_LAN0));
+    QVERIFY(p.isDhcpOn(SystemSet::NIC_LAN1));
+    QCOMPARE(p.getIpFromEE(SystemSet::NIC_LAN0), ip4(192, 168, 1, 20));
+    QCOMPARE(p.getSubnetMaskFromEE(SystemSet::NIC_LAN1), ip4(255, 0, 0, 0));
+    QCOMPARE(p.getGatewayFromEE(SystemSet::NIC_WIFI), HMI::IP(0));
+    QCOMPARE(p.getMac(SystemSet::NIC_LAN0), (HMI::MAC{0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E}));
+    QCOMPARE(p.getMac(SystemSet::NIC_WIFI), (HMI::MAC{0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x60}));
+    QCOMPARE(p.getDns(SystemSet::NIC_LAN0), std::make_pair(ip4(192, 168, 1, 1), ip4(8, 8, 8, 8)));
+    QCOMPARE(p.getDns(SystemSet::NIC_WIFI), std::make_pair(ip4(172, 16, 0, 1), HMI::IP(0)));
+    QCOMPARE(p.getDefaultNIC(), SystemSet::NIC_LAN0);
+    QCOMPARE(p.get4GSignal(SystemSet::NIC_4G), 75);
+    QCOMPARE(p.get4GState(SystemSet::NIC_4G), 2);
+    QCOMPARE(p.getVPNServer(), SystemSet::VPN_ASIA);
+    QCOMPARE(p.getVPNServerState(SystemSet::VPN_ASIA), 0); // state 5, but the VPN is disabled
+    p.enableNIC(SystemSet::NIC_VPN, true, true);
+    QCOMPARE(p.getVPNServerState(SystemSet::VPN_ASIA), 5);
+    QVERIFY(p.isWifiConnected());
+    QCOMPARE(QByteArray(p.currentWifiSsid().data()), QByteArray("Plant-Floor"));
+    QCOMPARE(p.currentWifiSsid()[32], '\0');
+    QCOMPARE(p.currentWifiSignalStrength(), 70);
+    QVERIFY(p.isBuzzerOn());
+    QCOMPARE(p.bright(), 20);
+    QCOMPARE(p.getLanguage(), SystemSet::LANG_ENGLISH);
+    QCOMPARE(p.getSerialNumber(), std::string("HMI7-2026-000123"));
+    QVERIFY(p.setSystemTime(1795000000));
+    // Values that name no adapter answer nothing and break nothing.
+    QCOMPARE(p.getIp(static_cast<SystemSet::NIC>(8)), HMI::IP(0));
+    QCOMPARE(p.getMac(static_cast<SystemSet::NIC>(3)), HMI::MAC{});
+    QVERIFY(!p.isNicEnabled(static_cast<SystemSet::NIC>(0)));
+    p.setIp(static_cast<SystemSet::NIC>(32), ip4(1, 2, 3, 4), true);
+}
+
+void tst_SystemSet::liveAddresses_data()
+{
+    QTest::addColumn<QByteArray>("state");
+    QTest::addColumn<int>("nic");
+    QTest::addColumn<QString>("ip");
+    QTest::addColumn<QString>("mask");
+    QTest::addColumn<QString>("gateway");
+
+    QTest::newRow("static LAN0") << QByteArray("{}") << 1 << "192.168.1.20"
+                                 << "255.255.255.0"
+                                 << "192.168.1.1";
+    QTest::newRow("DHCP LAN1 gets the lease") << QByteArray("{}") << 2 << "10.0.0.57"
+                                              << "255.0.0.0"
+                                              << "10.0.0.1";
+    QTest::newRow("connected Wi-Fi") << QByteArray("{}") << 4 << "172.16.4.33"
+                                     << "255.255.0.0"
+                                     << "172.16.0.1";
+    QTest::newRow("disabled LAN0") << QByteArray(R"({"adapters": {"LAN0": {"enabled": false}}})") << 1
+                                   << "0.0.0.0"
+                                   << "0.0.0.0"
+                                   << "0.0.0.0";
+    QTest::newRow("Wi-Fi without a network")
+        << QByteArray(R"({"wifi": {"connected": null}})") << 4 << "0.0.0.0"
+        << "0.0.0.0"
+        << "0.0.0.0";
+    QTest::newRow("absent adapter") << QByteArray(R"({"adapters": {"LAN1": {}}})") << 1 << "0.0.0.0"
+                                    << "0.0.0.0"
+                                    << "0.0.0.0";
+}
+
+void tst_SystemSet::liveAddresses()
+{
+    QFETCH(QByteArray, state);
+    QFETCH(int, nic);
+    QVERIFY(PanelSimulator::loadStateJson(state.toStdString()));
+    const auto text = [](HMI::IP ip) {
+        return QStringLiteral("%1.%2.%3.%4")
+            .arg(ip >> 24)
+            .arg((ip >> 16) & 255)
+            .arg((ip >> 8) & 255)
+            .arg(ip & 255);
+    };
+    const auto n = static_cast<SystemSet::NIC>(nic);
+    QTEST(text(panel().getIp(n)), "ip");
+    QTEST(text(panel().getSubnetMask(n)), "mask");
+    QTEST(text(panel().getGateway(n)), "gateway");
+}
+
+void tst_SystemSet::logLines_data()
+{
+    using Call = std::function<void(SystemSet &)>;
+    QTest::addColumn<Call>("call");
+    QTest::addColumn<QString>("line");
+
+    const auto row = [](const char *line, Call call) {
+        QTest::newRow(line) << call << QString::fromUtf8(line);
+    };
+    row("enableNIC 1 0 1", [](SystemSet &p) { p.enableNIC(SystemSet::NIC_LAN0, false, true); });
+    row("setDHCP 1 1 1", [](SystemSet &p) { p.setDHCP(SystemSet::NIC_LAN0, true, nullptr, true); });
+    row("setIp 1 192.168.1.50 1",
+        [](SystemSet &p) { p.setIp(SystemSet::NIC_LAN0, ip4(192, 168, 1, 50), true); });
+    row("setSubnetMask 1 255.255.255.0 1",
+        [](SystemSet &p) { p.setSubnetMask(SystemSet::NIC_LAN0, ip4(255, 255, 255, 0), true); });
+    row("setGateway 2 10.0.0.254 0",
+        [](SystemSet &p) { p.setGateway(SystemSet::NIC_LAN1, ip4(10, 0, 0, 254), false); });
+    row("setDns 1 8.8.8.8 8.8.4.4", [](SystemSet &p) {
+        p.setDns(SystemSet::NIC_LAN0, {ip4(8, 8, 8, 8), ip4(8, 8, 4, 4)});
+    });
+    row("setDefaultNIC 4 0", [](SystemSet &p) { p.setDefaultNIC(SystemSet::NIC_WIFI, false); });
+    row("pingTest 1", [](SystemSet &p) { p.pingTest(SystemSet::NIC_LAN0, nullptr); });
+    row("setVPNServer 1", [](SystemSet &p) { p.setVPNServer(SystemSet::VPN_EUROPE); });
+    row("resetVPNIp 1", [](SystemSet &p) { p.resetVPNIp(SystemSet::VPN_EUROPE); });
+    row("scanWifi", [](SystemSet &p) { p.scanWifi(nullptr); });
+    row("resetWifi", [](SystemSet &p) { p.resetWifi(nullptr); });
+    row("connectWifi \"Office\" pw=8",
+        [](SystemSet &p) { p.connectWifi(ssidOf("Office"), "welcome1", nullptr); });
+    row("beep 1", [](SystemSet &p) { p.beep(true); });
+    row("setBuzzerOn 0", [](SystemSet &p) { p.setBuzzerOn(false); });
+    row("setBright 17 0", [](SystemSet &p) { p.setBright(17, false); });
+    row("setSystemTime 1795000000", [](SystemSet &p) { p.setSystemTime(1795000000); });
+    row("syncHwclock", [](SystemSet &p) { p.syncHwclock(); });
+    row("setLanguage 1", [](SystemSet &p) { p.setLanguage(SystemSet::LANG_ENGLISH); });
+    row("reboot", [](SystemSet &p) { p.reboot(); });
+}
+
+void tst_SystemSet::logLines()
+{
+    QFETCH(std::function<void(SystemSet &)>, call);
+    QFETCH(QString, line);
+    const QString logPath = m_dir.filePath(QStringLiteral("calls.log"));
+    QFile::remove(logPath);
+    PanelSimulator::setLogFile(logPath.toStdString());
+    const QByteArray err = captureStderr([&] { call(panel()); });
+    PanelSimulator::setLogFile(std::string());
+
+    QCOMPARE(PanelSimulator::callLog(), std::vector<std::string>{line.toStdString()});
+    QCOMPARE(readFile(logPath), line.toUtf8() + '\n');
+    QCOMPARE(err.contains("reboot"), line == QLatin1String("reboot"));
+    // Getters are never logged.
+    panel().getIp(SystemSet::NIC_LAN0);
+    panel().isBuzzerOn();
+    panel().getLanguage();
+    QCOMPARE(PanelSimulator::callLog().size(), size_t(1));
+}
+
+void tst_SystemSet::ssidsInTheLog()
+{
+    SystemSet &p = panel();
+    p.connectWifi(ssidOf(QByteArray::fromHex("c4e3bac3")), "", nullptr);
+    p.connectWifi(ssidOf("\xe5\xb7\xa5\xe5\x8e\x82"), "密码", nullptr); // valid UTF-8 stays text
+    HMI::SSID full{};
+    std::fill(full.begin(), full.end(), 'x'); // no terminator: the name is cut at 32 bytes
+    p.connectWifi(full, "p", nullptr);
+    const auto log = PanelSimulator::callLog();
+    QCOMPARE(log.size(), size_t(3));
+    QCOMPARE(log[0], std::string("connectWifi \"hex:c4e3bac3\" pw=0"));
+    QCOMPARE(log[1], std::string("connectWifi \"\xe5\xb7\xa5\xe5\x8e\x82\" pw=6"));
+    QCOMPARE(log[2], "connectWifi \"" + std::string(32, 'x') + "\" pw=1");
+}
+
+void tst_SystemSet::callbacksArriveOnWorkerAfterDelay()
+{
+    QVERIFY(PanelSimulator::loadStateJson(
+        R"({"dhcpState": 0, "ping": false, "delaysMs": {"dhcp": 200, "ping": 100}})"));
+    Recorder dhcp;
+    Recorder ping;
+    QElapsedTimer timer;
+    timer.start();
+    std::atomic<qint64> dhcpAt{-1};
+    panel().setDHCP(
+        SystemSet::NIC_LAN0, true,
+        [&](SystemSet::DHCP_STATE s) {
+            dhcpAt = timer.elapsed();
+            dhcp.add(s);
+        },
+        true);
+    panel().pingTest(SystemSet::NIC_LAN0, [&](bool ok) { ping.add(ok); });
+    // The mode switches at once; the callbacks come later.
+    QVERIFY(panel().isDhcpOn(SystemSet::NIC_LAN0));
+    QVERIFY(dhcp.values.isEmpty());
+    QCOMPARE(PanelSimulator::pendingCallbacks(), 2);
+    QVERIFY(PanelSimulator::waitForIdle(5000));
+    QCOMPARE(dhcp.values, QList<int>{0});
+    QCOMPARE(dhcp.onWorker, QList<bool>{true});
+    QVERIFY2(dhcpAt >= 200, QByteArray::number(qint64(dhcpAt)));
+    QCOMPARE(ping.values, QList<int>{0});
+    QCOMPARE(ping.onWorker, QList<bool>{true});
+    QVERIFY(!PanelSimulator::isCallbackThread());
+}
+
+void tst_SystemSet::scanAndReset()
+{
+    QVERIFY(PanelSimulator::loadStateJson(R"({"delaysMs": {"scan": 10, "reset": 10}, "wifi": {"networks": [
+        {"ssid": "A", "strength": 90, "secured": true, "password": "pa"},
+        {"ssidHex": "c4e3bac3", "strength": 250},
+        {"ssid": "A", "strength": 5, "secured": false}]}})"));
+    std::unique_ptr<std::vector<SystemSet::SsidInfo>> result;
+    std::atomic<bool> onWorker{false};
+    panel().scanWifi([&](std::unique_ptr<std::vector<SystemSet::SsidInfo>> list) {
+        onWorker = PanelSimulator::isCallbackThread();
+        result = std::move(list);
+    });
+    QVERIFY(PanelSimulator::waitForIdle(5000));
+    QVERIFY(onWorker);
+    QVERIFY(result);
+    QCOMPARE(result->size(), size_t(3));
+    QCOMPARE(QByteArray((*result)[0].ssid.data()), QByteArray("A"));
+    QCOMPARE((*result)[0].password, std::string("pa"));
+    QCOMPARE(int((*result)[0].signal), 90);
+    QCOMPARE(int((*result)[0].encrypted), 1);
+    QCOMPARE(QByteArray((*result)[1].ssid.data()), QByteArray::fromHex("c4e3bac3"));
+    QCOMPARE(int((*result)[1].signal), 250);
+    QCOMPARE(int((*result)[2].signal), 5);
+    QCOMPARE(int((*result)[2].encrypted), 0);
+
+    // A reset disconnects at once and then reports a scan; "null" scans report no list.
+    QVERIFY(PanelSimulator::loadStateJson(R"({"wifi": {"scan": "null"}, "delaysMs": {"reset": 10}})"));
+    bool called = false;
+    panel().resetWifi([&](std::unique_ptr<std::vector<SystemSet::SsidInfo>> list) {
+        called = true;
+        result = std::move(list);
+    });
+    QVERIFY(!panel().isWifiConnected());
+    QCOMPARE(panel().currentWifiSsid()[0], '\0');
+    QCOMPARE(panel().getIp(SystemSet::NIC_WIFI), HMI::IP(0));
+    QVERIFY(PanelSimulator::waitForIdle(5000));
+    QVERIFY(called);
+    QVERIFY(!result);
+}
+
+void tst_SystemSet::connectOutcomes_data()
+{
+    QTest::addColumn<QByteArray>("ssid");
+    QTest::addColumn<QByteArray>("password");
+    QTest::addColumn<int>("outcome");
+    QTest::addColumn<QByteArray>("connectedAfter");
+
+    QTest::newRow("right password") << QByteArray("Office") << QByteArray("welcome1") << 2
+                                    << QByteArray("Office");
+    QTest::newRow("wrong password") << QByteArray("Office") << QByteArray("welcome2") << 4
+                                    << QByteArray("Plant-Floor");
+    QTest::newRow("open network ignores the password")
+        << QByteArray("Guest") << QByteArray("x") << 2 << QByteArray("Guest");
+    QTest::newRow("unknown network") << QByteArray("Nowhere") << QByteArray("") << 0
+                                     << QByteArray("Plant-Floor");
+    QTest::newRow("forced time-out") << QByteArray("Slow") << QByteArray("") << 3
+                                     << QByteArray("Plant-Floor");
+    QTest::newRow("GB2312 name") << QByteArray::fromHex("c4e3bac3") << QByteArray("k") << 2
+                                 << QByteArray::fromHex("c4e3bac3");
+}
+
+void tst_SystemSet::connectOutcomes()
+{
+    QFETCH(QByteArray, ssid);
+    QFETCH(QByteArray, password);
+    QVERIFY(PanelSimulator::loadStateJson(R"({"delaysMs": {"connect": 50}, "wifi": {"networks": [
+        {"ssid": "Plant-Floor", "strength": 82, "secured": true, "secret": "line-4-floor"},
+        {"ssid": "Office", "strength": 55, "secured": true, "password": "welcome1", "secret": "welcome1"},
+        {"ssid": "Guest", "strength": 30, "secured": false},
+        {"ssid": "Slow", "strength": 10, "secured": false, "result": 3},
+        {"ssidHex": "c4e3bac3", "strength": 40, "secured": true, "secret": "k"}]}})"));
+    Recorder states;
+    panel().connectWifi(ssidOf(ssid), password.toStdString(), [&](SystemSet::StateWifi s) { states.add(s); });
+    QVERIFY(PanelSimulator::waitForIdle(5000));
+    QFETCH(int, outcome);
+    QCOMPARE(states.values, (QList<int>{1, outcome}));
+    QCOMPARE(states.onWorker, (QList<bool>{true, true}));
+    QTEST(QByteArray(panel().currentWifiSsid().data()), "connectedAfter");
+    if (outcome == 2)
+        QCOMPARE(panel().getIp(SystemSet::NIC_WIFI), ip4(172, 16, 4, 33));
+}
+
+void tst_SystemSet::persistenceRoundTrip()
+{
+    const QString path = m_dir.filePath(QStringLiteral("roundtrip.json"));
+    writeFile(path,
+              R"({"serial": "KEEP-ME", "extra": [1, 2], "adapters": {"LAN0": {"dhcp": true}, "VPN": {}}})");
+    QVERIFY(PanelSimulator::loadStateFile(path.toStdString()));
+    SystemSet &p = panel();
+    p.setDHCP(SystemSet::NIC_LAN0, false, nullptr, true);
+    p.setIp(SystemSet::NIC_LAN0, ip4(192, 168, 7, 9), true);
+    p.setSubnetMask(SystemSet::NIC_LAN0, ip4(255, 255, 0, 0), true);
+    p.setGateway(SystemSet::NIC_LAN0, ip4(192, 168, 0, 1), true);
+    p.setDns(SystemSet::NIC_LAN0, {ip4(1, 1, 1, 1), ip4(9, 9, 9, 9)});
+    p.enableNIC(SystemSet::NIC_VPN, true, true);
+    p.setBright(33, true); // kept as the nearest level
+    QVERIFY(PanelSimulator::waitForIdle(5000));
+    QCOMPARE(QDir(m_dir.path()).entryList({QStringLiteral("roundtrip*")}, QDir::Files | QDir::Hidden),
+             QStringList{QStringLiteral("roundtrip.json")}); // no temporary file left behind
+
+    const QJsonObject doc = QJsonDocument::fromJson(readFile(path)).object();
+    QCOMPARE(doc.value(QStringLiteral("serial")).toString(), QStringLiteral("KEEP-ME"));
+    QCOMPARE(doc.value(QStringLiteral("extra")).toArray().size(), 2);
+    QCOMPARE(doc.value(QStringLiteral("brightness")).toInt(), 32);
+    QCOMPARE(doc[QStringLiteral("adapters")][QStringLiteral("LAN0")][QStringLiteral("static")]
+                [QStringLiteral("ip")]
+                    .toString(),
+             QStringLiteral("192.168.7.9"));
+
+    QVERIFY(PanelSimulator::loadStateFile(path.toStdString()));
+    QCOMPARE(p.getAllNIC(), int(SystemSet::NIC_LAN0 | SystemSet::NIC_VPN));
+    QVERIFY(!p.isDhcpOn(SystemSet::NIC_LAN0));
+    QCOMPARE(p.getIpFromEE(SystemSet::NIC_LAN0), ip4(192, 168, 7, 9));
+    QCOMPARE(p.getSubnetMaskFromEE(SystemSet::NIC_LAN0), ip4(255, 255, 0, 0));
+    QCOMPARE(p.getGatewayFromEE(SystemSet::NIC_LAN0), ip4(192, 168, 0, 1));
+    QCOMPARE(p.getIp(SystemSet::NIC_LAN0), ip4(192, 168, 7, 9));
+    QCOMPARE(p.getDns(SystemSet::NIC_LAN0), std::make_pair(ip4(1, 1, 1, 1), ip4(9, 9, 9, 9)));
+    QVERIFY(p.isNicEnabled(SystemSet::NIC_VPN));
+    QCOMPARE(p.bright(), 32);
+    QCOMPARE(p.getSerialNumber(), std::string("KEEP-ME"));
+}
+
+void tst_SystemSet::notPersistedStaysInMemory()
+{
+    const QString path = m_dir.filePath(QStringLiteral("memory.json"));
+    QFile::remove(path);
+    QVERIFY(PanelSimulator::loadStateFile(path.toStdString())); // a missing file means the defaults
+    SystemSet &p = panel();
+    p.setBright(5, false);
+    p.setBuzzerOn(false);
+    p.setDefaultNIC(SystemSet::NIC_WIFI, false);
+    p.setVPNServer(SystemSet::VPN_EUROPE);
+    p.setLanguage(SystemSet::LANG_CHINESE);
+    QCOMPARE(p.bright(), 5);
+    QVERIFY(!p.isBuzzerOn());
+    QCOMPARE(p.getDefaultNIC(), SystemSet::NIC_WIFI);
+    QCOMPARE(p.getVPNServer(), SystemSet::VPN_EUROPE);
+    QCOMPARE(p.getLanguage(), SystemSet::LANG_CHINESE);
+    QVERIFY(!QFile::exists(path));
+
+    p.setIp(SystemSet::NIC_LAN1, ip4(10, 0, 0, 99), true); // the first persisted change creates the file
+    QVERIFY(PanelSimulator::loadStateFile(path.toStdString()));
+    QCOMPARE(p.getIpFromEE(SystemSet::NIC_LAN1), ip4(10, 0, 0, 99));
+    QCOMPARE(p.bright(), 20); // the level applied without keeping it was not stored
+    QVERIFY(p.isBuzzerOn());
+    QCOMPARE(p.getDefaultNIC(), SystemSet::NIC_LAN0);
+    QCOMPARE(p.getAllNIC(), 1 | 2 | 4 | 16 | 64);
+}
+
+void tst_SystemSet::unwritableStateFile()
+{
+    const std::string path = m_dir.filePath(QStringLiteral("no-such-dir/state.json")).toStdString();
+    QVERIFY(PanelSimulator::loadStateFile(path));
+    const QByteArray err = captureStderr([] { panel().setBright(9, true); });
+    QVERIFY2(err.contains("cannot be written") && err.contains("no-such-dir/state.json"), err);
+    QCOMPARE(err.count('\n'), 1);
+    QCOMPARE(panel().bright(), 9);
+}
+
+void tst_SystemSet::badStateFiles_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QByteArray>("message");
+
+    QTest::newRow("empty") << QByteArray() << QByteArray("at offset 0");
+    QTest::newRow("not JSON") << QByteArray("serial = 5\n") << QByteArray("not valid JSON");
+    QTest::newRow("truncated") << QByteArray(R"({"brightness": 3, )") << QByteArray("at offset");
+    QTest::newRow("array") << QByteArray("[1, 2]") << QByteArray("not an object");
+    QByteArray noise(4096, '\0');
+    for (int i = 0; i < noise.size(); ++i)
+        noise[i] = char((i * 7919 + 13) % 251);
+    QTest::newRow("random bytes") << noise << QByteArray("not valid JSON");
+}
+
+void tst_SystemSet::badStateFiles()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QByteArray, message);
+    const QString path = m_dir.filePath(QStringLiteral("bad.json"));
+    writeFile(path, content);
+    bool loaded = true;
+    QByteArray err = captureStderr([&] { loaded = PanelSimulator::loadStateFile(path.toStdString()); });
+    QVERIFY(!loaded);
+    QVERIFY2(err.contains(path.toUtf8()) && err.contains(message), err);
+    QCOMPARE(err.count('\n'), 1);
+    QCOMPARE(panel().bright(), 20);
+    QCOMPARE(panel().getAllNIC(), 1 | 2 | 4 | 16 | 64);
+
+    // A persisted change neither overwrites the file nor gets lost.
+    err = captureStderr([] { panel().setIp(SystemSet::NIC_LAN0, ip4(192, 168, 1, 77), true); });
+    QVERIFY2(err.contains("not overwriting"), err);
+    QCOMPARE(readFile(path), content);
+    QCOMPARE(panel().getIpFromEE(SystemSet::NIC_LAN0), ip4(192, 168, 1, 77));
+}
+
+void tst_SystemSet::wrongTypesKeepTheirDefaults()
+{
+    const QString path = m_dir.filePath(QStringLiteral("types.json"));
+    writeFile(path, R"({"brightness": "bright", "buzzer": false, "serial": 42,
+        "adapters": {"LAN0": {"enabled": 1, "mac": "zz:1A", "static": {"ip": "300.1.1.1", "mask": "255.255.0.0"},
+                              "dns": ["1.1.1.1"]}, "WIFI": []},
+        "defaultAdapter": "ETH9", "modem": {"signal": 1.5}, "wifi": {"networks": [3, {"ssidHex": "zz"}]},
+        "delaysMs": {"scan": -1}})");
+    const QByteArray err = captureStderr([&] { QVERIFY(PanelSimulator::loadStateFile(path.toStdString())); });
+    const QList<QByteArray> expected = {"\"brightness\"",
+                                        "\"serial\"",
+                                        "\"adapters.LAN0.enabled\"",
+                                        "\"adapters.LAN0.mac\"",
+                                        "\"adapters.LAN0.static.ip\"",
+                                        "\"adapters.LAN0.dns\"",
+                                        "\"adapters.WIFI\"",
+                                        "\"defaultAdapter\"",
+                                        "\"modem.signal\"",
+                                        "\"wifi.networks[0]\"",
+                                        "\"wifi.networks[1].ssidHex\"",
+                                        "\"delaysMs.scan\""};
+    for (const QByteArray &key : expected)
+        QVERIFY2(err.contains(key), key + " not reported in:\n" + err);
+    QCOMPARE(err.count('\n'), expected.size());
+    QVERIFY(err.contains(path.toUtf8()));
+
+    SystemSet &p = panel();
+    QCOMPARE(p.bright(), 20);
+    QVERIFY(!p.isBuzzerOn()); // the well-typed keys are read
+    QCOMPARE(p.getSerialNumber(), std::string("HMI7-2026-000123"));
+    QVERIFY(p.isNicEnabled(SystemSet::NIC_LAN0));
+    QCOMPARE(p.getMac(SystemSet::NIC_LAN0), (HMI::MAC{0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E}));
+    QCOMPARE(p.getIpFromEE(SystemSet::NIC_LAN0), ip4(192, 168, 1, 20));
+    QCOMPARE(p.getSubnetMaskFromEE(SystemSet::NIC_LAN0), ip4(255, 255, 0, 0));
+    QCOMPARE(p.getAllNIC(), int(SystemSet::NIC_LAN0 | SystemSet::NIC_WIFI));
+    QCOMPARE(p.getDefaultNIC(), SystemSet::NIC_LAN0);
+    QCOMPARE(p.get4GSignal(SystemSet::NIC_4G), 0); // no modem on this panel
+}
+
+void tst_SystemSet::outOfRangeValues()
+{
+    QVERIFY(PanelSimulator::loadStateJson(
+        R"({"brightness": 99, "modem": {"signal": 250, "state": 9}, "vpn": {"state": -3}, "wifi": {"strength": 300}})"));
+    SystemSet &p = panel();
+    QCOMPARE(p.bright(), 99); // shown as it stands until changed
+    QCOMPARE(p.get4GSignal(SystemSet::NIC_4G), 250);
+    QCOMPARE(p.get4GState(SystemSet::NIC_4G), 9);
+    p.enableNIC(SystemSet::NIC_VPN, true, false);
+    QCOMPARE(p.getVPNServerState(SystemSet::VPN_ASIA), -3);
+    QCOMPARE(p.currentWifiSignalStrength(), 300);
+    p.setBright(0, false);
+    QCOMPARE(p.bright(), 1);
+    p.setBright(99, false);
+    QCOMPARE(p.bright(), 32);
+    p.setVPNServer(static_cast<SystemSet::VPNServer>(7));
+    QCOMPARE(p.getVPNServer(), SystemSet::VPN_ASIA);
+    QCOMPARE(PanelSimulator::callLog().back(), std::string("setVPNServer 7"));
+}
+
+void tst_SystemSet::languageFollowsEditedFile()
+{
+    const QString path = m_dir.filePath(QStringLiteral("language.json"));
+    writeFile(path, R"({"language": 1, "brightness": 7})");
+    QVERIFY(PanelSimulator::loadStateFile(path.toStdString()));
+    SystemSet &p = panel();
+    p.setLanguage(SystemSet::LANG_CHINESE);
+    QCOMPARE(p.getLanguage(), SystemSet::LANG_CHINESE); // the file did not change: memory answers
+
+    const auto touch = [&](const QByteArray &content) {
+        const QDateTime before = QFileInfo(path).lastModified();
+        writeFile(path, content);
+        // Make the change visible even on a file system with coarse time stamps.
+        QFile f(path);
+        QVERIFY(f.open(QIODevice::ReadWrite));
+        QVERIFY(f.setFileTime(before.addSecs(5), QFileDevice::FileModificationTime));
+    };
+    touch(R"({"language": 1, "brightness": 30})");
+    QCOMPARE(p.getLanguage(), SystemSet::LANG_ENGLISH);
+    QCOMPARE(p.bright(), 7); // nothing else is re-read
+    p.setLanguage(SystemSet::LANG_CHINESE);
+    QCOMPARE(p.getLanguage(), SystemSet::LANG_CHINESE);
+
+    // The simulator's own write does not count as another program's change.
+    p.setBright(3, true);
+    QCOMPARE(p.getLanguage(), SystemSet::LANG_CHINESE);
+
+    touch("{broken");
+    const QByteArray err = captureStderr([&] { QCOMPARE(p.getLanguage(), SystemSet::LANG_CHINESE); });
+    QVERIFY2(err.contains("not valid JSON"), err);
+}
+
+void tst_SystemSet::buzzerFromAnotherThread()
+{
+    std::thread worker([] { panel().setBuzzerOn(false); });
+    worker.join();
+    QVERIFY(!panel().isBuzzerOn());
+    std::vector<std::thread> many;
+    for (int i = 0; i < 8; ++i)
+        many.emplace_back([i] { panel().setBuzzerOn(i % 2 == 0); });
+    for (auto &t : many)
+        t.join();
+    QCOMPARE(PanelSimulator::callLog().size(), size_t(9));
+}
+
+QTEST_GUILESS_MAIN(tst_SystemSet)
+#include "tst_systemset.moc"
