@@ -1,0 +1,59 @@
+#include "BeepButton.h"
+
+#include "MeyerSingleton.h"
+#include "SystemSet.h"
+#include "VkbManager.h"
+
+#include <QQmlEngine>
+
+#include <future>
+
+namespace QSP {
+
+bool BeepButton::_isBuzzerOn = false;
+
+BeepButton::BeepButton(QQuickItem *parent)
+    : QQuickAbstractButton(parent)
+{
+    connect(this, &QQuickAbstractButton::clicked, this, &BeepButton::onClickEvent);
+}
+
+bool BeepButton::isBuzzerOn()
+{
+    _isBuzzerOn = MeyerSingleton<HMI::SystemSet>::instance().isBuzzerOn();
+    return _isBuzzerOn;
+}
+
+void BeepButton::setBuzzerOn(bool on)
+{
+    if (on == _isBuzzerOn)
+        return;
+    _isBuzzerOn = on;
+    // The system call never runs on the GUI thread, but the GUI thread waits for it: the future's
+    // destructor blocks until the worker has returned.
+    auto write = std::async(std::launch::async, [on] { MeyerSingleton<HMI::SystemSet>::instance().setBuzzerOn(on); });
+}
+
+void BeepButton::beepIfOn() noexcept
+{
+    if (isBuzzerOn())
+        MeyerSingleton<HMI::SystemSet>::instance().beep(true);
+}
+
+void BeepButton::onClickEvent() noexcept
+{
+    beepIfOn();
+    if (m_autoCloseVkb)
+        VkbManager::instance().showVkb(false);
+}
+
+void BeepButton::registerType()
+{
+    static bool registered = false;
+    if (registered)
+        return;
+    registered = true;
+    qmlRegisterType<BeepButton>("QQuickSystemSet", 1, 0, "BeepButton");
+}
+
+} // namespace QSP

@@ -1,0 +1,7 @@
+#include "QVkbPluginLoader.h"
+
+QVkbPluginLoader *QVkbPluginLoader::instance()
+{
+    static QVkbPluginLoader loader;
+    return &loader;
+}
