@@ -5,6 +5,7 @@
 #include "VkbManager.h"
 
 #include <QQmlEngine>
+#include <QtQuickTemplates2/private/qquickabstractbutton_p_p.h>
 
 #include <future>
 
@@ -15,7 +16,18 @@ bool BeepButton::_isBuzzerOn = false;
 BeepButton::BeepButton(QQuickItem *parent)
     : QQuickAbstractButton(parent)
 {
-    connect(this, &QQuickAbstractButton::clicked, this, &BeepButton::onClickEvent);
+    // QML signal handlers run before C++ connections to the same signal. Reacting to the release that
+    // comes just before clicked() keeps the beep (and a switch's toggle) ahead of every onClicked handler.
+    connect(this, &QQuickAbstractButton::released, this, [this] {
+        if (clickFollows())
+            onClickEvent();
+    });
+}
+
+bool BeepButton::clickFollows() const
+{
+    const auto *d = QQuickAbstractButtonPrivate::get(const_cast<BeepButton *>(this));
+    return !d->wasHeld && !d->wasDoubleClick && d->effectiveEnable;
 }
 
 bool BeepButton::isBuzzerOn()
@@ -31,7 +43,8 @@ void BeepButton::setBuzzerOn(bool on)
     _isBuzzerOn = on;
     // The system call never runs on the GUI thread, but the GUI thread waits for it: the future's
     // destructor blocks until the worker has returned.
-    auto write = std::async(std::launch::async, [on] { MeyerSingleton<HMI::SystemSet>::instance().setBuzzerOn(on); });
+    auto write =
+        std::async(std::launch::async, [on] { MeyerSingleton<HMI::SystemSet>::instance().setBuzzerOn(on); });
 }
 
 void BeepButton::beepIfOn() noexcept

@@ -20,7 +20,8 @@ public:
 
     /// Asks the system whether the buzzer is on, and remembers the answer.
     static bool isBuzzerOn();
-    /// Writes the buzzer setting on a worker thread and waits for it; nothing when @p on is what was last seen.
+    /// Writes the buzzer setting on a worker thread and waits for it; nothing when @p on is what was last
+    /// seen.
     static void setBuzzerOn(bool on);
     /// One click of the buzzer, when it is on.
     static void beepIfOn() noexcept;
@@ -32,7 +33,12 @@ public:
     static void registerType();
 
 public Q_SLOTS:
+    /// The click reaction: beep, and put the keyboard away unless told not to.
     void onClickEvent() noexcept;
+
+protected:
+    /// Whether the release being handled ends in clicked() (not after a long press or a double click).
+    bool clickFollows() const;
 
 private:
     static bool _isBuzzerOn;

@@ -57,8 +57,10 @@ void VkbManager::showVkb(bool show)
     QQuickPopup *popup = m_vkb->popup();
     if (popup) {
         m_popupConnections << connect(popup, &QQuickPopup::visibleChanged, this, &VkbManager::visibleChanged);
-        m_popupConnections << connect(popup, &QQuickPopup::visibleChanged, this, &VkbManager::onVkbVisibleChange);
-        m_popupWasModal = popup->isModal();
+        m_popupConnections << connect(popup, &QQuickPopup::visibleChanged, this,
+                                      &VkbManager::onVkbVisibleChange);
+        if (!popup->isVisible()) // a show while shown must not take our own non-modal state for the original
+            m_popupWasModal = popup->isModal();
         popup->setModal(false);
     }
     m_vkb->setVisible(true);

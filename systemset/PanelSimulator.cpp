@@ -55,6 +55,13 @@ void PanelSimulator::clearCallLog()
     p.log.clear();
 }
 
+void PanelSimulator::setCallObserver(std::function<void(const std::string &)> observer)
+{
+    auto &p = simulator();
+    const auto lock = p.lock();
+    p.observer = std::move(observer);
+}
+
 void PanelSimulator::setLogFile(const std::string &path)
 {
     auto &p = simulator();

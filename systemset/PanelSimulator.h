@@ -2,6 +2,7 @@
 
 #include "SystemSet.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,8 @@ public:
     /// Every logged call since start or the last clearCallLog(), one line each, in call order.
     static std::vector<std::string> callLog();
     static void clearCallLog();
+    /// Calls @p observer with every logged line, on the thread that made the call (empty: none).
+    static void setCallObserver(std::function<void(const std::string &line)> observer);
     /// Also appends every logged call to @p path (empty: no file); QSP_PANEL_LOG sets it at start-up.
     static void setLogFile(const std::string &path);
 

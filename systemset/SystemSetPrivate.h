@@ -45,6 +45,7 @@ struct SystemSet::Private
 
     std::string logFile;
     std::vector<std::string> log;
+    std::function<void(const std::string &)> observer;
 
     CallbackWorker worker;
 
@@ -92,6 +93,8 @@ struct SystemSet::Private
     void append(const std::string &line)
     {
         log.push_back(line);
+        if (observer)
+            observer(line);
         if (logFile.empty())
             return;
         if (FILE *f = std::fopen(logFile.c_str(), "a")) {

@@ -1,4 +1,20 @@
 import QtQuick 2.15
+import QQuickSystemSet 1.0
 
-Item {
+BrightButton {
+    id: root
+
+    property bool isIncrement: true
+    property int buttonSize: 0
+    readonly property string iconSource: isIncrement ? "qrc:/setting/icons/newincrease.png"
+                                                     : "qrc:/setting/icons/newdecrease.png"
+
+    width: buttonSize
+    height: buttonSize
+
+    background: Image {
+        source: root.iconSource
+        anchors.fill: parent
+        fillMode: Image.PreserveAspectFit
+    }
 }

@@ -1,0 +1,165 @@
+#include "AppRootItem.h"
+#include "GlobalInfo.h"
+#include "QVkbPluginLoader.h"
+#include "TestKeyboard.h"
+#include "VkbManager.h"
+
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickWindow>
+#include <QtQuickTemplates2/private/qquickpopup_p.h>
+#include <QtTest>
+
+#include <memory>
+
+using QSP::VkbManager;
+
+/// The keyboard manager with a test keyboard 240 high at the bottom of a 600-high window.
+class tst_VkbManager : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void hideBeforeShowLoadsNothing();
+    void firstShowLoadsOnce();
+    void columnFollowsField_data();
+    void columnFollowsField();
+    void hideRestoresModalityAndColumn();
+
+private:
+    void focusField(qreal y, qreal height);
+
+    QQmlEngine m_engine;
+    TestKeyboard m_keyboard{240};
+    QQuickWindow m_window;
+    QSP::AppRootItem *m_root = nullptr;
+    QQuickItem *m_column = nullptr;
+    QQuickItem *m_field = nullptr;
+};
+
+void tst_VkbManager::initTestCase()
+{
+    QSP::GlobalInfo::instance().setRootPopupZ(777);
+    qmlRegisterType<QSP::AppRootItem>("QQuickSystemSet", 1, 0, "AppRootItem");
+    QQmlComponent component(&m_engine);
+    component.setData(R"(
+        import QtQuick 2.15
+        import QQuickSystemSet 1.0
+        AppRootItem {
+            width: 800; height: 600
+            property alias titleBar: _title
+            property alias cardsParent: _column
+            property alias field: _field
+            Item { id: _title; width: parent.width; height: 50 }
+            Column {
+                id: _column
+                width: parent.width
+                Item { width: 10; height: 50 }
+                TextInput { id: _field; width: 200; height: 40 }
+            }
+        })",
+                      QUrl(QStringLiteral("root.qml")));
+    m_root = qobject_cast<QSP::AppRootItem *>(component.create());
+    QVERIFY2(m_root, qPrintable(component.errorString()));
+    m_root->init(&m_engine);
+    m_column = m_root->getCardContainer();
+    m_field = m_root->property("field").value<QQuickItem *>();
+    QVERIFY(m_column);
+    QVERIFY(m_field);
+    QCOMPARE(m_root->titleHeight(), 50);
+    m_window.resize(800, 600);
+    m_root->setParentItem(m_window.contentItem());
+    m_window.show();
+    m_window.requestActivate();
+    QVERIFY(QTest::qWaitForWindowActive(&m_window));
+    QVkbPluginLoader::instance()->setVkb(&m_keyboard);
+}
+
+void tst_VkbManager::hideBeforeShowLoadsNothing()
+{
+    VkbManager::instance().showVkb(false);
+    QCOMPARE(m_keyboard.initCalls, 0);
+    QVERIFY(!VkbManager::instance().isVisible());
+    QCOMPARE(VkbManager::instance().getHeight(), 0.0);
+}
+
+void tst_VkbManager::firstShowLoadsOnce()
+{
+    VkbManager &vkb = VkbManager::instance();
+    QSignalSpy visible(&vkb, &VkbManager::visibleChanged);
+    QVERIFY(visible.isValid());
+    vkb.showVkb(true);
+    QCOMPARE(m_keyboard.initCalls, 1);
+    QCOMPARE(m_keyboard.initWindow, &m_window);
+    QCOMPARE(m_keyboard.initZ, 777);
+    QVERIFY(vkb.isVisible());
+    QCOMPARE(visible.count(), 1);
+    QCOMPARE(vkb.getHeight(), 240.0);
+    vkb.setLayoutType(VkbLayout_DateTime);
+    QCOMPARE(m_keyboard.layoutType(), VkbLayout_DateTime);
+    QVERIFY(!m_keyboard.popup()->isModal()); // touches reach the screen while it is shown
+
+    vkb.showVkb(false);
+    QVERIFY(!vkb.isVisible());
+    QCOMPARE(visible.count(), 2);
+    QVERIFY(m_keyboard.popup()->isModal());
+    vkb.showVkb(true);
+    vkb.showVkb(false);
+    QCOMPARE(m_keyboard.initCalls, 1);
+    QCOMPARE(visible.count(), 4);
+}
+
+void tst_VkbManager::focusField(qreal y, qreal height)
+{
+    m_field->setY(y);
+    m_field->setHeight(height);
+    m_field->forceActiveFocus();
+    QTRY_COMPARE(QGuiApplication::focusObject(), m_field);
+}
+
+void tst_VkbManager::columnFollowsField_data()
+{
+    QTest::addColumn<qreal>("fieldY");
+    QTest::addColumn<qreal>("fieldHeight");
+    QTest::addColumn<qreal>("columnY");
+
+    // The keyboard's top is at 600 - 240 = 360 in the root item.
+    QTest::newRow("covered by 90") << 410.0 << 40.0 << -90.0;
+    QTest::newRow("bottom exactly at the keyboard") << 320.0 << 40.0 << 0.0;
+    QTest::newRow("covered by 1") << 321.0 << 40.0 << -1.0;
+    QTest::newRow("well above") << 100.0 << 40.0 << 0.0;
+    QTest::newRow("under the keyboard") << 550.0 << 30.0 << -220.0;
+}
+
+void tst_VkbManager::columnFollowsField()
+{
+    QFETCH(qreal, fieldY);
+    QFETCH(qreal, fieldHeight);
+    focusField(fieldY, fieldHeight);
+    VkbManager::instance().showVkb(true);
+    QTEST(m_column->y(), "columnY");
+    VkbManager::instance().showVkb(false);
+    QCOMPARE(m_column->y(), 0.0);
+    QVERIFY(!m_field->hasActiveFocus()); // hiding takes the focus away from the field
+}
+
+void tst_VkbManager::hideRestoresModalityAndColumn()
+{
+    // A column moved by someone else is put back too, even when the keyboard never moved it.
+    focusField(10, 20);
+    VkbManager::instance().showVkb(true);
+    VkbManager::instance().showVkb(true); // a second show while shown
+    m_column->setY(-33);
+    m_keyboard.setVisible(false); // the keyboard hides itself
+    QCOMPARE(m_column->y(), 0.0);
+    QVERIFY(m_keyboard.popup()->isModal());
+    m_column->setY(-12);
+    VkbManager::instance().showVkb(true);
+    QCOMPARE(m_column->y(), -12.0); // no overlap: left where it is
+    VkbManager::instance().showVkb(false);
+    QCOMPARE(m_column->y(), 0.0);
+}
+
+QTEST_MAIN(tst_VkbManager)
+#include "tst_vkbmanager.moc"
