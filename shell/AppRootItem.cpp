@@ -1,17 +1,127 @@
 #include "AppRootItem.h"
 
+#include "BeepButton.h"
+#include "BeepSwitch.h"
+#include "BrightButton.h"
+#include "GlobalInfo.h"
+#include "MeyerSingleton.h"
+#include "SystemSet.h"
+
+#include <QCoreApplication>
+#include <QQmlComponent>
+#include <QQmlContext>
 #include <QQmlEngine>
+#include <QQuickWindow>
+#include <QtQuick/private/qquickanchors_p.h>
+#include <QtQuick/private/qquickflickable_p.h>
+#include <QtQuick/private/qquickimage_p.h>
+#include <QtQuick/private/qquickitem_p.h>
+#include <QtQuick/private/qquickpositioners_p.h>
+#include <QtQuick/private/qquicktext_p.h>
 
 namespace QSP {
 
 namespace {
+
 AppRootItem *g_root = nullptr;
+
+/// Menu icons per page, normal and highlighted.
+const char *const g_buttonsInfo[7][2] = {
+    {"qrc:/setting/icons/newsetting.png", "qrc:/setting/icons/newsetting.png"},
+    {"qrc:/setting/icons/newnetwork.png", "qrc:/setting/icons/newnetwork.png"},
+    {"qrc:/setting/icons/newlanguage.png", "qrc:/setting/icons/newlanguage.png"},
+    {"qrc:/setting/icons/newversion.png", "qrc:/setting/icons/newversion.png"},
+    {"qrc:/setting/icons/newrestart.png", "qrc:/setting/icons/newrestart.png"},
+    {"qrc:/setting/icons/newexit.png", "qrc:/setting/icons/newexit.png"},
+    {"", ""},
+};
+
+/// The QML document of each card.
+const char *const g_cardFiles[9] = {
+    "qrc:/setting/card/Brightness.qml", "qrc:/setting/card/DateTime.qml", "qrc:/setting/card/Buzzer.qml",
+    "qrc:/setting/card/Network.qml",    "qrc:/setting/card/NIC.qml",      "qrc:/setting/card/DNS.qml",
+    "qrc:/setting/card/Version.qml",    "qrc:/setting/card/Language.qml", "qrc:/setting/card/Wifi.qml",
+};
+
+constexpr int NicVpn = HMI::SystemSet::NIC_VPN;
+
+template<typename T>
+T *part(const QObject *object, const char *name)
+{
+    return object ? qobject_cast<T *>(object->property(name).value<QObject *>()) : nullptr;
+}
+
+QQuickAnchors *anchorsOf(QQuickItem *item)
+{
+    return QQuickItemPrivate::get(item)->anchors();
+}
+
+QQuickAnchorLine anchorLine(QQuickItem *item, QQuickAnchors::Anchor line)
+{
+    QQuickItemPrivate *d = QQuickItemPrivate::get(item);
+    switch (line) {
+    case QQuickAnchors::LeftAnchor:
+        return d->left();
+    case QQuickAnchors::RightAnchor:
+        return d->right();
+    default:
+        return d->verticalCenter();
+    }
+}
+
+QString translated(const char *source)
+{
+    return QCoreApplication::translate("QSP::AppRootItem", source);
+}
+
+/// The network card's selected adapter, or 0 when that card is not there.
+int currentNicOf(QQuickItem *networkCard)
+{
+    return networkCard ? networkCard->property("currentNIC").toInt() : 0;
+}
+
+/// Registers the QML types that a card's document uses, just before it is loaded.
+void registerCardTypes(AppRootItem::Cards card)
+{
+    switch (card) {
+    case AppRootItem::Card_Brightness:
+        BrightButton::registerType();
+        break;
+    case AppRootItem::Card_Buzzer:
+    case AppRootItem::Card_Network:
+        BeepSwitch::registerType();
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace
+
+QString getMenuTitleRuntime(AppRootItem::MenuIndex page)
+{
+    static const char *const titles[7] = {
+        QT_TRANSLATE_NOOP("QSP::AppRootItem", "General"),  QT_TRANSLATE_NOOP("QSP::AppRootItem", "Network"),
+        QT_TRANSLATE_NOOP("QSP::AppRootItem", "Language"), QT_TRANSLATE_NOOP("QSP::AppRootItem", "Version"),
+        QT_TRANSLATE_NOOP("QSP::AppRootItem", "Reboot"),   QT_TRANSLATE_NOOP("QSP::AppRootItem", "Exit"),
+        QT_TRANSLATE_NOOP("QSP::AppRootItem", "Wi-Fi"),
+    };
+    if (page < AppRootItem::MI_General || page > AppRootItem::MI_Wifi)
+        return QString();
+    return translated(titles[page]);
 }
 
 AppRootItem::AppRootItem(QQuickItem *parent)
     : QQuickRectangle(parent)
 {
     g_root = this;
+    BeepButton::registerType();
+    setColor(QColor(244, 245, 245));
+    connect(this, &AppRootItem::currentPageChanged, this, &AppRootItem::changePage);
+    connect(this, &QQuickItem::visibleChanged, this, [this] {
+        if (isVisible())
+            Q_EMIT opened();
+    });
 }
 
 AppRootItem::~AppRootItem()
@@ -25,15 +135,437 @@ AppRootItem *AppRootItem::instance()
     return g_root;
 }
 
-void AppRootItem::init(QQmlEngine *)
+void AppRootItem::init(QQmlEngine *engine)
 {
-    m_titleBar = property("titleBar").value<QQuickItem *>();
-    m_cardsParent = property("cardsParent").value<QQuickItem *>();
+    GlobalInfo &info = GlobalInfo::instance();
+    info.setQmlEngine(engine);
+
+    m_titleBar = part<QQuickItem>(this, "titleBar");
+    m_titleText = part<QQuickText>(this, "titleText");
+    m_menuBar = part<QQuickRectangle>(this, "menuBar");
+    m_cardsParent = part<QQuickItem>(this, "cardsParent");
+    m_cardPool = part<QQuickFlickable>(this, "cardPool");
+    m_settingsText = part<QQuickText>(this, "settingsText");
+    m_bottomContainer = part<QQuickItem>(m_menuBar, "bottomContainer");
+
+    if (m_cardPool)
+        m_cardPool->setPressDelay(200);
+    setMultilingualText(m_settingsText, [] { return translated("Settings"); });
+    connect(&info, &GlobalInfo::localeChanged, this, [this] {
+        if (m_titleText)
+            m_titleText->setText(getMenuTitleRuntime(m_currentPage));
+    });
+
+    if (window())
+        info.initializeNativeOrientation(window());
+    else
+        m_windowConnection = connect(this, &QQuickItem::windowChanged, this, &AppRootItem::onWindowAvailable);
+
+    adjustTitle();
+    adjustMenu();
+
+    if (!shouldMenuFill()) {
+        addCard<Card_Brightness>();
+        addCard<Card_Time>();
+        addCard<Card_Buzzer>();
+    }
+}
+
+void AppRootItem::open()
+{
+    GlobalInfo::instance().checkExternalLanguageChange();
+    setVisible(true);
 }
 
 int AppRootItem::titleHeight() const
 {
     return m_titleBar ? int(m_titleBar->height()) : 0;
+}
+
+bool AppRootItem::shouldMenuFill() const
+{
+    return GlobalInfo::instance().isMenuFill();
+}
+
+void AppRootItem::setCurrentPage(MenuIndex page)
+{
+    if (page == m_currentPage)
+        return;
+    const MenuIndex old = m_currentPage;
+    m_currentPage = page;
+    Q_EMIT currentPageChanged(page, old);
+    if (shouldMenuFill() && m_menuBar)
+        m_menuBar->setVisible(false);
+}
+
+QQuickItem *AppRootItem::getCardItem(Cards card) const
+{
+    return card >= Card_Brightness && card <= Card_Wifi ? m_cards[card] : nullptr;
+}
+
+void AppRootItem::changePage(MenuIndex newPage, MenuIndex oldPage)
+{
+    GlobalInfo::instance().checkExternalLanguageChange();
+    highlightMenuButton(oldPage, false);
+    highlightMenuButton(newPage, true);
+    showCard(oldPage, false);
+    showCard(newPage, true);
+    if (m_titleText)
+        m_titleText->setText(getMenuTitleRuntime(newPage));
+}
+
+void AppRootItem::showCard(MenuIndex page, bool show)
+{
+    switch (page) {
+    case MI_General:
+        showCard(Card_Brightness, show);
+        showCard(Card_Time, show);
+        showCard(Card_Buzzer, show);
+        break;
+    case MI_Network: {
+        showCard(Card_Network, show);
+        const bool adapterCards = show && currentNicOf(m_cards[Card_Network]) != NicVpn;
+        showCard(Card_NIC, adapterCards);
+        showCard(Card_DNS, adapterCards);
+        if (show && m_cards[Card_Network])
+            QMetaObject::invokeMethod(m_cards[Card_Network], "updateWifiTimer");
+        break;
+    }
+    case MI_Language:
+        showCard(Card_Language, show);
+        break;
+    case MI_Version:
+        showCard(Card_Version, show);
+        break;
+    case MI_Wifi:
+        showCard(Card_Wifi, show);
+        break;
+    default:
+        break;
+    }
+}
+
+void AppRootItem::showCard(Cards card, bool show)
+{
+    if (!m_cards[card]) {
+        if (!show)
+            return; // nothing to hide: cards are made when first shown
+        addCard(card);
+    }
+    if (m_cards[card])
+        m_cards[card]->setVisible(show);
+}
+
+template<AppRootItem::Cards N>
+void AppRootItem::addCard()
+{
+    addCard(N);
+}
+
+template void AppRootItem::addCard<AppRootItem::Card_Brightness>();
+template void AppRootItem::addCard<AppRootItem::Card_Time>();
+template void AppRootItem::addCard<AppRootItem::Card_Buzzer>();
+template void AppRootItem::addCard<AppRootItem::Card_Network>();
+template void AppRootItem::addCard<AppRootItem::Card_NIC>();
+template void AppRootItem::addCard<AppRootItem::Card_DNS>();
+template void AppRootItem::addCard<AppRootItem::Card_Version>();
+template void AppRootItem::addCard<AppRootItem::Card_Language>();
+template void AppRootItem::addCard<AppRootItem::Card_Wifi>();
+
+void AppRootItem::addCard(Cards card)
+{
+    // A card whose document failed is not tried again: one warning, and the page simply lacks it.
+    static std::array<bool, 9> failed{};
+    QQmlEngine *engine = GlobalInfo::instance().qmlEngine();
+    if (m_cards[card] || failed[card] || !engine)
+        return;
+    registerCardTypes(card);
+    QQmlComponent component(engine, QUrl(QString::fromLatin1(g_cardFiles[card])));
+    if (!component.isReady()) {
+        qWarning("%s", qPrintable(component.errorString()));
+        failed[card] = true;
+        return;
+    }
+    m_cards[card] = addCard(&component);
+}
+
+QQuickItem *AppRootItem::addCard(QQmlComponent *component)
+{
+    QQmlEngine *engine = GlobalInfo::instance().qmlEngine();
+    QObject *object = component->beginCreate(engine->rootContext());
+    auto *card = qobject_cast<QQuickItem *>(object);
+    if (!card) {
+        if (object)
+            component->completeCreate();
+        delete object;
+        return nullptr;
+    }
+    card->setParentItem(m_cardsParent);
+    card->setParent(m_cardsParent);
+    if (m_cardsParent) {
+        card->setWidth(m_cardsParent->width());
+        connect(m_cardsParent, &QQuickItem::widthChanged, card,
+                [card, column = m_cardsParent] { card->setWidth(column->width()); });
+    }
+    component->completeCreate();
+    return card;
+}
+
+template<AppRootItem::MenuIndex N>
+void AppRootItem::addMenuButton()
+{
+    static_assert(N <= MI_Exit, "only pages with a menu button");
+    QQuickItem *parent = N == MI_Reboot || N == MI_Exit ? m_bottomContainer : m_menuColumn;
+    auto *button = qobject_cast<BeepButton *>(createMenuButton(parent));
+    if (!button)
+        return;
+    m_menuButtons[N] = button;
+    button->setText(getMenuTitleRuntime(N));
+    connect(&GlobalInfo::instance(), &GlobalInfo::localeChanged, button,
+            [button] { button->setText(getMenuTitleRuntime(N)); });
+    button->setProperty("imgUrl", QUrl(QString::fromLatin1(g_buttonsInfo[N][0])));
+
+    if constexpr (N == MI_Reboot) {
+        anchorsOf(button)->setVerticalCenter(anchorLine(parent, QQuickAnchors::VCenterAnchor));
+        connect(button, &QQuickAbstractButton::clicked, this, [this] {
+            if (m_currentPage != MI_Reboot)
+                highlightMenuButton(m_currentPage, false);
+            highlightMenuButton(MI_Reboot, true);
+            MeyerSingleton<HMI::SystemSet>::instance().reboot();
+        });
+    } else if constexpr (N == MI_Exit) {
+        anchorsOf(button)->setVerticalCenter(anchorLine(parent, QQuickAnchors::VCenterAnchor));
+        connect(button, &QQuickAbstractButton::clicked, this, [this] {
+            highlightMenuButton(MI_Exit, true);
+            close();
+        });
+    } else {
+        connect(button, &QQuickAbstractButton::clicked, this, &AppRootItem::setCurrentPage<N>);
+        if (shouldMenuFill()) {
+            connect(button, &QQuickAbstractButton::clicked, this, &AppRootItem::hideMenu);
+            auto *arrow = new QQuickImage(button);
+            arrow->setSourceSize(QSize(64, 64));
+            arrow->setSource(QUrl(QStringLiteral("qrc:/setting/icons/rightArrow0@2x.png")));
+            arrow->setFillMode(QQuickImage::PreserveAspectFit);
+            arrow->setSize(QSizeF(button->height() * 0.4, button->height() * 0.4));
+            anchorsOf(arrow)->setVerticalCenter(anchorLine(button, QQuickAnchors::VCenterAnchor));
+            anchorsOf(arrow)->setRight(anchorLine(button, QQuickAnchors::RightAnchor));
+            anchorsOf(arrow)->setRightMargin(32);
+        }
+    }
+}
+
+qreal AppRootItem::menuButtonMargin() const
+{
+    const qreal menuWidth = m_menuBar ? m_menuBar->width() : 0;
+    return menuWidth * (shouldMenuFill() ? 0.025 : 2.0 / 35);
+}
+
+QQuickItem *AppRootItem::createMenuButton(QQuickItem *parent)
+{
+    static QQmlComponent *pComp = nullptr;
+    QQmlEngine *engine = GlobalInfo::instance().qmlEngine();
+    if (!engine || !parent)
+        return nullptr;
+    if (!pComp) {
+        pComp = new QQmlComponent(engine, QUrl(QStringLiteral("qrc:/setting/flatui/MenuButton.qml")), engine);
+        if (!pComp->isReady())
+            qWarning("%s", qPrintable(pComp->errorString()));
+    }
+    if (!pComp->isReady())
+        return nullptr;
+
+    auto *item = qobject_cast<QQuickItem *>(pComp->beginCreate(engine->rootContext()));
+    if (!item)
+        return nullptr;
+    item->setParentItem(parent);
+    item->setParent(parent);
+    const qreal menuWidth = m_menuBar ? m_menuBar->width() : 0;
+    item->setHeight(menuWidth * (shouldMenuFill() ? 2.0 / 15 : 9.0 / 35));
+    const qreal margin = menuButtonMargin();
+    QQuickAnchors *anchors = anchorsOf(item);
+    anchors->setLeftMargin(margin);
+    anchors->setRightMargin(margin);
+    anchors->setLeft(anchorLine(parent, QQuickAnchors::LeftAnchor));
+    anchors->setRight(anchorLine(parent, QQuickAnchors::RightAnchor));
+    pComp->completeCreate();
+    return item;
+}
+
+void AppRootItem::addSeparatorLine()
+{
+    if (!m_menuColumn)
+        return;
+    auto *line = new QQuickRectangle(m_menuColumn);
+    line->setHeight(1);
+    line->setColor(QColor(QStringLiteral("#F4F5F5")));
+    const qreal margin = menuButtonMargin();
+    line->setX(margin);
+    line->setWidth((m_menuBar ? m_menuBar->width() : 0) - 2 * margin);
+}
+
+void AppRootItem::highlightMenuButton(MenuIndex page, bool on)
+{
+    if (page < MI_General || page > MI_Wifi)
+        return;
+    const int slot = page == MI_Wifi ? MI_Network : page;
+    BeepButton *button = m_menuButtons[slot];
+    auto *background = button ? qobject_cast<QQuickRectangle *>(button->background()) : nullptr;
+    if (!background)
+        return;
+    background->border()->setWidth(0);
+    const bool portraitFill = shouldMenuFill() && GlobalInfo::instance().isScreenPortrait();
+    if (portraitFill)
+        background->setColor(Qt::white);
+    else
+        background->setColor(on ? QColor(QStringLiteral("#F2F3F5")) : QColor(Qt::white));
+    button->setProperty("imgUrl", QUrl(QString::fromLatin1(g_buttonsInfo[slot][on ? 1 : 0])));
+}
+
+void AppRootItem::adjustTitle()
+{
+    if (!m_titleBar)
+        return;
+    QQuickItem *parent = m_titleBar->parentItem();
+    if (GlobalInfo::instance().isScreenPortrait()) {
+        m_titleBar->setHeight(width() < 600 ? 56 : 72);
+    } else if (parent) {
+        m_titleBar->setHeight(0.07 * parent->width());
+        connect(parent, &QQuickItem::widthChanged, m_titleBar,
+                [bar = m_titleBar, parent] { bar->setHeight(0.07 * parent->width()); });
+    }
+
+    if (!m_titleText)
+        return;
+    connect(m_titleText, &QQuickItem::widthChanged, this, &AppRootItem::layoutTitleText);
+    if (parent)
+        connect(parent, &QQuickItem::widthChanged, this, &AppRootItem::layoutTitleText);
+    if (m_menuBar) {
+        connect(m_menuBar, &QQuickItem::widthChanged, this, &AppRootItem::layoutTitleText);
+        connect(m_menuBar, &QQuickItem::visibleChanged, this, &AppRootItem::layoutTitleText);
+    }
+    layoutTitleText();
+}
+
+void AppRootItem::layoutTitleText()
+{
+    QQuickItem *parent = m_titleBar ? m_titleBar->parentItem() : nullptr;
+    if (!m_titleText || !parent)
+        return;
+    const qreal m = m_menuBar && m_menuBar->isVisible() ? m_menuBar->width() : 0;
+    m_titleText->setX(m + (parent->width() - m - m_titleText->width()) / 2);
+}
+
+void AppRootItem::layoutMenuWidth()
+{
+    if (!m_menuBar)
+        return;
+    const GlobalInfo &info = GlobalInfo::instance();
+    const bool portrait = info.isScreenPortrait();
+    const bool fill = shouldMenuFill();
+    m_menuBar->setColor(portrait && fill ? QColor(QStringLiteral("#F4F5F5")) : QColor(Qt::white));
+    const qreal f = portrait ? (fill ? 1.0 : 0.2625) : 0.205078125;
+    m_menuBar->setWidth(width() * f);
+}
+
+void AppRootItem::adjustMenu()
+{
+    layoutMenuWidth();
+    connect(this, &QQuickItem::widthChanged, this, &AppRootItem::layoutMenuWidth);
+    m_menuColumn = part<QQuickBasePositioner>(m_menuBar, "column");
+
+    addMenuButton<MI_General>();
+    addMenuButton<MI_Network>();
+    addMenuButton<MI_Language>();
+    addMenuButton<MI_Version>();
+    addSeparatorLine();
+    if (GlobalInfo::instance().isStartedFromTavrex())
+        addMenuButton<MI_Exit>();
+    else
+        addMenuButton<MI_Reboot>();
+
+    if (!shouldMenuFill()) {
+        m_currentPage = MI_General;
+        highlightMenuButton(MI_General, true);
+        if (m_titleText)
+            m_titleText->setText(getMenuTitleRuntime(MI_General));
+    }
+}
+
+void AppRootItem::showMenu()
+{
+    if (m_menuBar)
+        m_menuBar->setVisible(true);
+    if (m_returnButton)
+        m_returnButton->setVisible(false);
+    if (shouldMenuFill()) {
+        if (m_cardPool)
+            m_cardPool->setVisible(false);
+        if (m_titleText)
+            m_titleText->setText(QString());
+    }
+}
+
+void AppRootItem::hideMenu()
+{
+    if (m_menuBar)
+        m_menuBar->setVisible(false);
+    if (!m_returnButton)
+        addReturnButton();
+    if (m_returnButton)
+        m_returnButton->setVisible(true);
+    if (shouldMenuFill()) {
+        if (m_cardPool)
+            m_cardPool->setVisible(true);
+        if (m_titleText)
+            m_titleText->setText(getMenuTitleRuntime(m_currentPage));
+    }
+}
+
+void AppRootItem::addReturnButton()
+{
+    if (!m_titleBar)
+        return;
+    m_returnButton = new BeepButton(m_titleBar);
+    m_returnButton->setObjectName(QStringLiteral("returnButton"));
+    const qreal side = m_titleBar->height();
+    m_returnButton->setSize(QSizeF(side, side));
+    auto *arrow = new QQuickImage(m_returnButton);
+    arrow->setSourceSize(QSize(64, 64));
+    arrow->setSource(QUrl(QStringLiteral("qrc:/setting/icons/leftArrow0@2x.png")));
+    arrow->setFillMode(QQuickImage::PreserveAspectFit);
+    arrow->setSize(QSizeF(side / 2, side / 2));
+    anchorsOf(arrow)->setCenterIn(m_returnButton);
+    connect(m_returnButton, &QQuickAbstractButton::clicked, this, &AppRootItem::showMenu);
+}
+
+void AppRootItem::onWindowAvailable(QQuickWindow *window)
+{
+    if (!window)
+        return;
+    GlobalInfo::instance().initializeNativeOrientation(window);
+    disconnect(m_windowConnection);
+}
+
+void AppRootItem::close()
+{
+    const bool tavrex = GlobalInfo::instance().isStartedFromTavrex();
+    highlightMenuButton(tavrex ? MI_Exit : MI_Reboot, false);
+    if (!shouldMenuFill()) {
+        setCurrentPage(MI_General);
+        setVisible(false);
+        return;
+    }
+    if (m_currentPage <= MI_Wifi) {
+        highlightMenuButton(m_currentPage, false);
+        if (m_currentPage != MI_General)
+            showCard(m_currentPage, false);
+    }
+    for (MenuIndex page : {MI_General, MI_Network, MI_Version, MI_Language, MI_Wifi})
+        showCard(page, false);
+    m_currentPage = MI_None;
+    showMenu();
+    setVisible(false);
 }
 
 } // namespace QSP

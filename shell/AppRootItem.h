@@ -2,36 +2,132 @@
 
 #include <QtQuick/private/qquickrectangle_p.h>
 
+#include <array>
+
+class QQmlComponent;
 class QQmlEngine;
+class QQuickBasePositioner;
+class QQuickFlickable;
+class QQuickText;
+class QQuickWindow;
 
 namespace QSP {
 
-/// Root of the settings screen: title bar, menu and the column of cards.
+class BeepButton;
+
+/// Root of the settings screen: the title bar, the left menu with its page buttons and the bottom button
+/// (Reboot, or Exit under the panel's runtime), and the scrollable column that shows the current page's
+/// cards. Cards are made on first use and kept.
 class AppRootItem : public QQuickRectangle
 {
     Q_OBJECT
 
 public:
+    /// Pages, in menu order.
+    enum MenuIndex {
+        MI_General = 0,
+        MI_Network = 1,
+        MI_Language = 2,
+        MI_Version = 3,
+        MI_Reboot = 4,
+        MI_Exit = 5,
+        MI_Wifi = 6,
+        MI_None = 7,
+    };
+
+    /// Cards, each made from its own QML document.
+    enum Cards {
+        Card_Brightness = 0,
+        Card_Time = 1,
+        Card_Buzzer = 2,
+        Card_Network = 3,
+        Card_NIC = 4,
+        Card_DNS = 5,
+        Card_Version = 6,
+        Card_Language = 7,
+        Card_Wifi = 8,
+    };
+
     explicit AppRootItem(QQuickItem *parent = nullptr);
     ~AppRootItem() override;
 
     /// The most recently made root item, or null.
     static AppRootItem *instance();
 
-    /// Finds the parts of main.qml by their property names.
+    /// Finds the parts of main.qml by their property names, lays out title and menu, and makes the first
+    /// page's cards unless the menu fills the screen.
     void init(QQmlEngine *engine);
+    /// Follows a language changed elsewhere, then shows the screen.
+    void open();
 
-    /// The column that holds the cards of the current page.
-    QQuickItem *getCardContainer() const { return m_cardsParent; }
-    /// The title bar's height, truncated.
     int titleHeight() const;
+    MenuIndex currentPage() const { return m_currentPage; }
+    bool shouldMenuFill() const;
+    void setCurrentPage(MenuIndex page);
+    template<MenuIndex N>
+    void setCurrentPage()
+    {
+        setCurrentPage(N);
+    }
+
+    /// The card, or null when it has not been made (or could not be).
+    QQuickItem *getCardItem(Cards card) const;
+    /// The column that holds the cards.
+    QQuickItem *getCardContainer() const { return m_cardsParent; }
+
+    void showCard(MenuIndex page, bool show);
+    void showCard(Cards card, bool show);
+    QQuickItem *addCard(QQmlComponent *component);
+    template<Cards N>
+    void addCard();
+
+    template<MenuIndex N>
+    void addMenuButton();
+    QQuickItem *createMenuButton(QQuickItem *parent);
+    void addSeparatorLine();
+    void highlightMenuButton(MenuIndex page, bool on);
+    void adjustTitle();
+    void adjustMenu();
+    void addReturnButton();
 
 Q_SIGNALS:
+    void currentPageChanged(QSP::AppRootItem::MenuIndex newPage, QSP::AppRootItem::MenuIndex oldPage);
     void opened();
 
+public Q_SLOTS:
+    /// Leaves the screen: back to the General page (or to the menu where it fills the screen), hidden.
+    void close();
+
+private Q_SLOTS:
+    void changePage(QSP::AppRootItem::MenuIndex newPage, QSP::AppRootItem::MenuIndex oldPage);
+    void showMenu();
+    void hideMenu();
+    void onWindowAvailable(QQuickWindow *window);
+
 private:
+    void addCard(Cards card);
+    void layoutTitleText();
+    void layoutMenuWidth();
+    qreal menuButtonMargin() const;
+
     QQuickItem *m_titleBar = nullptr;
+    QQuickText *m_titleText = nullptr;
+    QQuickText *m_settingsText = nullptr;
+    BeepButton *m_returnButton = nullptr;
+    QQuickItem *m_bottomContainer = nullptr;
+    QQuickFlickable *m_cardPool = nullptr;
+    QQuickRectangle *m_menuBar = nullptr;
+    QQuickBasePositioner *m_menuColumn = nullptr;
+    std::array<BeepButton *, 6> m_menuButtons{};
+    MenuIndex m_currentPage = MI_None;
     QQuickItem *m_cardsParent = nullptr;
+    std::array<QQuickItem *, 9> m_cards{};
+    QMetaObject::Connection m_windowConnection;
 };
 
+/// The translated title of a page; empty for MI_None and unknown values.
+QString getMenuTitleRuntime(AppRootItem::MenuIndex page);
+
 } // namespace QSP
+
+Q_DECLARE_METATYPE(QSP::AppRootItem::MenuIndex)

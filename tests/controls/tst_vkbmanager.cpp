@@ -67,7 +67,7 @@ void tst_VkbManager::initTestCase()
     m_field = m_root->property("field").value<QQuickItem *>();
     QVERIFY(m_column);
     QVERIFY(m_field);
-    QCOMPARE(m_root->titleHeight(), 50);
+    QCOMPARE(m_root->titleHeight(), 56); // 0.07 of the width in landscape
     m_window.resize(800, 600);
     m_root->setParentItem(m_window.contentItem());
     m_window.show();

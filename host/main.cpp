@@ -1,0 +1,285 @@
+// settings-host: plays the panel's host program. It loads the settings library at run time through its
+// three exports, shows the screen in a window of the chosen size, and can walk every page writing one
+// screenshot each.
+
+#include "ISystemSet.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QImage>
+#include <QLibrary>
+#include <QMouseEvent>
+#include <QPixmap>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QScreen>
+#include <QTimer>
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+
+namespace {
+
+struct Options
+{
+    int width = 1024;
+    int height = 600;
+    QString appName = QStringLiteral("settings-host");
+    QString state;
+    QString screenshots;
+    QString library;
+    bool help = false;
+};
+
+const char *const Usage = R"(Usage: settings-host [options]
+Shows the panel's system-settings screen, loaded from its library, on the simulated panel.
+
+  --size WxH         screen size in pixels (default 1024x600)
+  --app-name NAME    application name the screen sees ("tavrex" shows Exit instead of Reboot)
+  --state FILE       the simulated panel's JSON state file
+  --screenshots DIR  visit every page, write one PNG each into DIR, then exit (needs no display)
+  --library PATH     the settings library (default: libqquicksystemset.so beside or below this program)
+  --help             this text
+)";
+
+int fail(const std::string &message)
+{
+    std::fprintf(stderr, "settings-host: %s\n", message.c_str());
+    return 2;
+}
+
+/// Parses the command line; an empty string means success, else the complaint.
+std::string parse(int argc, char **argv, Options &options)
+{
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const auto value = [&](std::string &out) {
+            if (i + 1 >= argc)
+                return false;
+            out = argv[++i];
+            return true;
+        };
+        std::string v;
+        if (arg == "--help" || arg == "-h") {
+            options.help = true;
+        } else if (arg == "--size") {
+            if (!value(v))
+                return "--size needs a value like 1024x600";
+            int w = 0;
+            int h = 0;
+            char x = 0;
+            char rest = 0;
+            if (std::sscanf(v.c_str(), "%d%c%d%c", &w, &x, &h, &rest) != 3 || (x != 'x' && x != 'X') ||
+                w < 100 || h < 100 || w > 8192 || h > 8192)
+                return "bad --size '" + v + "': expected WxH, each from 100 to 8192";
+            options.width = w;
+            options.height = h;
+        } else if (arg == "--app-name") {
+            if (!value(v))
+                return "--app-name needs a value";
+            options.appName = QString::fromStdString(v);
+        } else if (arg == "--state") {
+            if (!value(v))
+                return "--state needs a file";
+            options.state = QString::fromStdString(v);
+        } else if (arg == "--screenshots") {
+            if (!value(v))
+                return "--screenshots needs a folder";
+            options.screenshots = QString::fromStdString(v);
+        } else if (arg == "--library") {
+            if (!value(v))
+                return "--library needs a path";
+            options.library = QString::fromStdString(v);
+        } else {
+            return "unknown option '" + arg + "' (see --help)";
+        }
+    }
+    return std::string();
+}
+
+QString defaultLibrary()
+{
+    const QDir dir(QCoreApplication::applicationDirPath());
+    for (const QString &candidate :
+         {QStringLiteral("libqquicksystemset.so"), QStringLiteral("../lib/libqquicksystemset.so")}) {
+        if (QFileInfo::exists(dir.filePath(candidate)))
+            return dir.filePath(candidate);
+    }
+    return QStringLiteral("libqquicksystemset.so");
+}
+
+/// The visible item under @p root whose "text" property is @p text.
+QQuickItem *findByText(QQuickItem *root, const QString &text)
+{
+    if (!root || !root->isVisible())
+        return nullptr;
+    if (root->property("text").toString() == text && root->inherits("QQuickAbstractButton"))
+        return root;
+    for (QQuickItem *child : root->childItems()) {
+        if (QQuickItem *found = findByText(child, text))
+            return found;
+    }
+    return nullptr;
+}
+
+QQuickItem *findByName(QQuickItem *root, const QString &name)
+{
+    if (!root)
+        return nullptr;
+    if (root->objectName() == name)
+        return root;
+    for (QQuickItem *child : root->childItems()) {
+        if (QQuickItem *found = findByName(child, name))
+            return found;
+    }
+    return nullptr;
+}
+
+void settle(int ms = 50)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < ms)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+}
+
+/// Taps the centre of @p item as a finger would.
+void tap(QQuickWindow *window, QQuickItem *item)
+{
+    const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+    QMouseEvent press(QEvent::MouseButtonPress, centre, centre, Qt::LeftButton, Qt::LeftButton,
+                      Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &press);
+    QMouseEvent release(QEvent::MouseButtonRelease, centre, centre, Qt::LeftButton, Qt::NoButton,
+                        Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &release);
+    settle();
+}
+
+/// Visits every page and writes one PNG each; returns the process exit code.
+int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &folder, const Options &options)
+{
+    if (!QDir().mkpath(folder))
+        return fail("cannot create the folder " + folder.toStdString());
+    const QString size = QStringLiteral("%1x%2").arg(options.width).arg(options.height);
+    int written = 0;
+    const auto shoot = [&](const QString &page) {
+        settle(100);
+        const QString file = QDir(folder).filePath(QStringLiteral("%1-%2.png").arg(size, page));
+        QImage image = window->grabWindow();
+        if (image
+                .isNull()) // the offscreen platform keeps the software renderer's pixels in its backing store
+            image = window->screen()->grabWindow(window->winId()).toImage();
+        if (image.isNull() || !image.save(file))
+            std::fprintf(stderr, "settings-host: could not write %s\n", qPrintable(file));
+        else
+            ++written, std::printf("%s\n", qPrintable(file));
+    };
+    const auto backToMenu = [&] {
+        if (QQuickItem *back = findByName(root, QStringLiteral("returnButton")); back && back->isVisible())
+            tap(window, back);
+    };
+
+    if (options.width < 800)
+        shoot(QStringLiteral("menu"));
+    for (const char *page : {"General", "Network", "Language", "Version"}) {
+        QQuickItem *button = findByText(root, QString::fromLatin1(page));
+        if (!button) {
+            std::fprintf(stderr, "settings-host: no menu button \"%s\"\n", page);
+            continue;
+        }
+        tap(window, button);
+        shoot(QString::fromLatin1(page).toLower());
+        if (std::strcmp(page, "Network") == 0) {
+            if (QQuickItem *wifi = findByName(root, QStringLiteral("wifiSettingsButton"));
+                wifi && wifi->isVisible()) {
+                tap(window, wifi);
+                shoot(QStringLiteral("wifi"));
+                if (QQuickItem *back = findByName(root, QStringLiteral("wifiReturnButton")))
+                    tap(window, back);
+            } else {
+                std::fprintf(stderr,
+                             "settings-host: the Wi-Fi page is not reachable from the Network page\n");
+            }
+        }
+        backToMenu();
+    }
+    return written > 0 ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    Options options;
+    const std::string complaint = parse(argc, argv, options);
+    if (!complaint.empty()) {
+        std::fprintf(stderr, "%s", Usage);
+        return fail(complaint);
+    }
+    if (options.help) {
+        std::printf("%s", Usage);
+        return 0;
+    }
+
+    const bool noDisplay =
+        qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    if (noDisplay && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        if (options.screenshots.isEmpty()) {
+            options.screenshots = QStringLiteral("screenshots");
+            std::fprintf(stderr, "settings-host: no display; writing screenshots to ./%s instead\n",
+                         qPrintable(options.screenshots));
+        }
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    if (!options.screenshots.isEmpty() && qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND"))
+        qputenv("QT_QUICK_BACKEND", "software");
+    if (!options.state.isEmpty())
+        qputenv("QSP_PANEL_STATE", QFileInfo(options.state).absoluteFilePath().toUtf8());
+
+    QGuiApplication app(argc, argv);
+    QCoreApplication::setApplicationName(options.appName);
+
+    QLibrary library(options.library.isEmpty() ? defaultLibrary() : options.library);
+    if (!library.load())
+        return fail("cannot load the settings library: " + library.errorString().toStdString());
+    const auto getInstance = reinterpret_cast<PlexaGetInstanceFn>(library.resolve("PlexaGetInstance"));
+    const auto closeInstance = reinterpret_cast<PlexaCloseInstanceFn>(library.resolve("PlexaCloseInstance"));
+    const auto queryData = reinterpret_cast<PlexaQueryDataFn>(library.resolve("PlexaQueryData"));
+    if (!getInstance || !closeInstance || !queryData)
+        return fail("the library " + library.fileName().toStdString() +
+                    " lacks one of the exports PlexaGetInstance, "
+                    "PlexaCloseInstance, PlexaQueryData");
+
+    Plexa::PluginRegistry *registry = getInstance();
+    std::shared_ptr<ISystemSet> settings = registry ? registry->create<ISystemSet>() : nullptr;
+    if (!settings)
+        return fail("the library's registry offers no ISystemSet");
+
+    QQuickWindow window;
+    window.setTitle(QStringLiteral("Settings"));
+    window.resize(options.width, options.height);
+    QQmlEngine engine;
+    QQuickItem *root = settings->init(&engine, options.width, options.height, 20000);
+    if (!root)
+        return fail("the settings screen could not be built (see the warnings above)");
+    root->setParentItem(window.contentItem());
+    settings->open();
+    window.show();
+
+    int code = 0;
+    if (!options.screenshots.isEmpty())
+        code = writeScreenshots(&window, root, options.screenshots, options);
+    else
+        code = app.exec();
+
+    // Like the panel's host, leave the screen to the end of the process.
+    settings->close();
+    closeInstance();
+    return code;
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "ISystemSet.h"
+
+namespace QSP {
+
+/// The settings screen behind ISystemSet; all of its state lives in the root item and the global objects.
+class ImplSystemSet : public ISystemSet
+{
+public:
+    QQuickItem *init(QQmlEngine *engine, int width, int height, int popupZ) override;
+    void open() override;
+    void close() override;
+};
+
+} // namespace QSP
