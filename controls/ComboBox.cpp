@@ -1,0 +1,280 @@
+#include "ComboBox.h"
+
+#include "AppRootItem.h"
+#include "BeepButton.h"
+#include "GlobalInfo.h"
+
+#include <QPointer>
+#include <QQmlComponent>
+#include <QQmlContext>
+#include <QQmlEngine>
+#include <QtQuick/private/qquickanchors_p.h>
+#include <QtQuick/private/qquickimage_p.h>
+#include <QtQuick/private/qquickitem_p.h>
+#include <QtQuick/private/qquickrectangle_p.h>
+#include <QtQuickTemplates2/private/qquickcombobox_p.h>
+#include <QtQuickTemplates2/private/qquickpopup_p.h>
+
+namespace QSP {
+
+namespace {
+
+const QColor FIELD_BORDER(QLatin1String("#E2E2E2"));
+const QColor OPEN_BORDER(QLatin1String("#6EA2E2"));
+
+// The two documents are kept as their author wrote them: one statement a line, indented under "import".
+QString joinLines(const QStringList &lines)
+{
+    return lines.join(QStringLiteral("\n           "));
+}
+
+QString comboBoxText()
+{
+    return joinLines({QStringLiteral("import QtQuick.Controls 2.15"), QStringLiteral("ComboBox{id:_com"),
+                      QStringLiteral("property int fontPixelSize: 20"),
+                      QStringLiteral("font.pixelSize: fontPixelSize}")});
+}
+
+// Rows refer to the combo box by its id: the delegate is instantiated in the combo box's own context.
+QString delegateText()
+{
+    return joinLines({QStringLiteral("import QtQuick 2.15"), QStringLiteral("import QtQuick.Controls 2.15"),
+                      QStringLiteral("ItemDelegate{"), QStringLiteral("width: _com.width"),
+                      QStringLiteral("height: _com.height"), QStringLiteral("Rectangle{"),
+                      QStringLiteral("anchors.fill: parent"),
+                      QStringLiteral("color: (model.index===_com.currentIndex) ? \"#A8CDF1\" : \"#FFFFFF\""),
+                      QStringLiteral("Text {"), QStringLiteral("x: 10"),
+                      QStringLiteral("anchors.verticalCenter: parent.verticalCenter"),
+                      QStringLiteral("text: modelData.name"),
+                      QStringLiteral("font.pixelSize: _com.fontPixelSize}}}")});
+}
+
+/// The compiled documents, shared by every combo box. They belong to the engine they were compiled for, so
+/// they live as long as it does (the host's engine: the whole process).
+struct SharedComponents
+{
+    QPointer<QQmlEngine> engine;
+    QPointer<QQmlComponent> comboBox;
+    QPointer<QQmlComponent> delegate;
+    bool errorReported = false;
+
+    void reportError(const QQmlComponent *component)
+    {
+        if (errorReported)
+            return;
+        errorReported = true;
+        qWarning().noquote() << QStringLiteral("QSP::ComboBox:") << component->errorString();
+    }
+};
+
+QQmlComponent *compile(SharedComponents &shared, const QString &text)
+{
+    auto *component = new QQmlComponent(shared.engine, shared.engine);
+    component->setData(text.toUtf8(), QUrl());
+    if (component->isError())
+        shared.reportError(component);
+    return component;
+}
+
+SharedComponents &sharedComponents(QQmlEngine *engine)
+{
+    static SharedComponents shared;
+    if (shared.engine != engine || !shared.comboBox || !shared.delegate) {
+        delete shared.comboBox;
+        delete shared.delegate;
+        shared = SharedComponents{};
+        shared.engine = engine;
+        shared.comboBox = compile(shared, comboBoxText());
+        shared.delegate = compile(shared, delegateText());
+    }
+    return shared;
+}
+
+} // namespace
+
+ComboBox::ComboBox(QQuickItem *parent)
+    : QQuickItem(parent)
+{
+    createInnerComboBox();
+}
+
+ComboBox::~ComboBox()
+{
+    // The inner combo box and its popup go after this object; they must not call back into it.
+    if (m_popup)
+        m_popup->disconnect(this);
+    if (m_comboBox)
+        m_comboBox->disconnect(this);
+}
+
+void ComboBox::createInnerComboBox()
+{
+    QQmlEngine *engine = GlobalInfo::instance().qmlEngine();
+    if (!engine) {
+        static bool reported = false;
+        if (!reported) {
+            reported = true;
+            qWarning("QSP::ComboBox: no QML engine has been set; the combo box stays empty");
+        }
+        return;
+    }
+
+    SharedComponents &shared = sharedComponents(engine);
+    if (!shared.comboBox->isReady())
+        return; // reported when it was compiled
+
+    QObject *object = shared.comboBox->beginCreate(engine->rootContext());
+    auto *combo = qobject_cast<QQuickComboBox *>(object);
+    if (!combo) {
+        shared.reportError(shared.comboBox);
+        delete object;
+        return;
+    }
+    combo->setParent(this);
+    combo->setParentItem(this);
+    shared.comboBox->completeCreate();
+    m_comboBox = combo;
+    if (shared.delegate->isReady())
+        combo->setDelegate(shared.delegate);
+    QQuickItemPrivate::get(combo)->anchors()->setFill(this);
+
+    m_fieldBackground = new QQuickRectangle(combo);
+    m_fieldBackground->setColor(Qt::white);
+    m_fieldBackground->border()->setWidth(1);
+    m_fieldBackground->border()->setColor(FIELD_BORDER);
+    combo->setBackground(m_fieldBackground);
+
+    m_popup = combo->popup();
+    if (m_popup) {
+        m_listBackground = new QQuickRectangle;
+        m_listBackground->setParent(m_popup);
+        m_listBackground->setColor(Qt::white);
+        m_listBackground->border()->setWidth(1);
+        m_listBackground->border()->setColor(OPEN_BORDER);
+        m_popup->setBackground(m_listBackground);
+        m_popup->setPadding(1);
+        m_popup->setZ(GlobalInfo::instance().rootPopupZ());
+    }
+
+    m_indicator = new QQuickImage(combo);
+    m_indicator->setSource(QUrl(QStringLiteral("qrc:/setting/icons/down_arrow.png")));
+    if (QQuickItem *content = combo->contentItem()) {
+        QQuickAnchors *anchors = QQuickItemPrivate::get(m_indicator)->anchors();
+        anchors->setVerticalCenter(QQuickItemPrivate::get(content)->verticalCenter());
+        anchors->setRight(QQuickItemPrivate::get(content)->right());
+    }
+    combo->setIndicator(m_indicator);
+
+    if (AppRootItem *root = AppRootItem::instance()) {
+        connect(root, &QQuickItem::visibleChanged, this, [this, root] {
+            if (!root->isVisible() && m_popup)
+                m_popup->close();
+        });
+    }
+    m_currentIndexRelay =
+        connect(combo, &QQuickComboBox::currentIndexChanged, this, &ComboBox::currentIndexChanged);
+    connect(combo, &QQuickComboBox::activated, this, [this](int index) {
+        BeepButton::beepIfOn();
+        Q_EMIT activated(index);
+    });
+    if (m_popup)
+        connect(m_popup, &QQuickPopup::openedChanged, this, &ComboBox::updateBorders);
+    connect(combo, &QQuickItem::heightChanged, this, &ComboBox::updateSizes);
+    connect(combo, &QQuickComboBox::pressedChanged, this, [this] {
+        if (m_comboBox->isPressed())
+            BeepButton::beepIfOn();
+    });
+
+    combo->setProperty("fontPixelSize", m_fontPixelSize);
+    updateSizes();
+}
+
+int ComboBox::currentIndex() const
+{
+    return m_comboBox ? m_comboBox->currentIndex() : -1;
+}
+
+void ComboBox::setCurrentIndex(int index)
+{
+    if (m_comboBox)
+        m_comboBox->setCurrentIndex(index);
+}
+
+QVariant ComboBox::model() const
+{
+    return m_comboBox ? m_comboBox->model() : QVariant();
+}
+
+void ComboBox::setModel(const QVariant &model)
+{
+    if (!m_comboBox)
+        return;
+    // A new model resets the inner index; the position chosen before is asked for again, and the reset
+    // in between is not reported.
+    disconnect(m_currentIndexRelay);
+    const int index = m_comboBox->currentIndex();
+    m_comboBox->setModel(model);
+    m_comboBox->setCurrentIndex(index);
+    m_currentIndexRelay =
+        connect(m_comboBox, &QQuickComboBox::currentIndexChanged, this, &ComboBox::currentIndexChanged);
+    m_comboBox->setTextRole(QStringLiteral("name"));
+    Q_EMIT modelChanged();
+    // Should the inner combo box not have kept that index, the change is a real one.
+    if (m_comboBox->currentIndex() != index)
+        Q_EMIT currentIndexChanged();
+}
+
+void ComboBox::setStringListModel(const QStringList &names)
+{
+    QVariantList rows;
+    rows.reserve(names.size());
+    for (const QString &name : names)
+        rows.append(QVariantMap{{QStringLiteral("name"), name}});
+    setModel(rows);
+}
+
+void ComboBox::setFontPixelSize(int size)
+{
+    if (size <= 0) {
+        qWarning("QSP::ComboBox: ignoring font pixel size %d, keeping %d", size, m_fontPixelSize);
+        return;
+    }
+    if (size == m_fontPixelSize)
+        return;
+    m_fontPixelSize = size;
+    if (m_comboBox)
+        m_comboBox->setProperty("fontPixelSize", size);
+    Q_EMIT fontPixelSizeChanged();
+}
+
+void ComboBox::updateBorders()
+{
+    const bool open = m_popup && m_popup->isOpened();
+    // The field turns blue while its list is open.
+    if (m_fieldBackground)
+        m_fieldBackground->border()->setColor(open ? OPEN_BORDER : FIELD_BORDER);
+    if (m_listBackground)
+        m_listBackground->border()->setColor(OPEN_BORDER);
+}
+
+void ComboBox::updateSizes()
+{
+    const qreal h = m_comboBox->height();
+    m_fieldBackground->setRadius(h * 0.125);
+    if (m_listBackground)
+        m_listBackground->setRadius(h * 0.125);
+    const int side = int(h * 0.347);
+    m_indicator->setSourceSize(QSize(side, side));
+    QQuickItemPrivate::get(m_indicator)->anchors()->setRightMargin(h * 0.25);
+}
+
+void ComboBox::registerType()
+{
+    static bool registered = false;
+    if (registered)
+        return;
+    registered = true;
+    qmlRegisterType<ComboBox>("QQuickSystemSet", 1, 0, "ComboBox");
+}
+
+} // namespace QSP
