@@ -1,0 +1,278 @@
+#include "CIpInput.h"
+
+#include "BeepButton.h"
+#include "VkbManager.h"
+
+#include <QColor>
+#include <QPointer>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickWindow>
+#include <QStringList>
+#include <QVector>
+#include <QtQuick/private/qquicktextinput_p.h>
+
+namespace QSP {
+
+namespace {
+
+const QColor EnabledTextColor(0x00, 0x00, 0x00);
+const QColor DisabledTextColor(0xB4, 0xB4, 0xB4);
+
+/// IpInput.qml compiled once for the engine that asked for it; it belongs to that engine (the host's, which
+/// lives as long as the process).
+struct SharedComponent
+{
+    QPointer<QQmlEngine> engine;
+    QPointer<QQmlComponent> component;
+    bool errorReported = false;
+
+    /// The document's failures are written to the log once, not for every control that is asked for.
+    void report(const QString &message)
+    {
+        if (errorReported)
+            return;
+        errorReported = true;
+        qWarning().noquote() << message;
+    }
+};
+
+const QUrl &documentUrl()
+{
+    static const QUrl url(QStringLiteral("qrc:/setting/flatui/IpInput.qml"));
+    return url;
+}
+
+SharedComponent &sharedComponent(QQmlEngine *engine)
+{
+    static SharedComponent shared;
+    if (!shared.component || shared.engine != engine) {
+        CIpInput::registerType();
+        delete shared.component;
+        shared = SharedComponent{};
+        shared.engine = engine;
+        shared.component = new QQmlComponent(engine, documentUrl(), engine);
+    }
+    if (!shared.component->isReady())
+        shared.report(shared.component->errorString());
+    return shared;
+}
+
+/// One number of a dotted address: 1 to 3 decimal digits (leading zeros are decimal, not octal).
+bool parseOctet(const QString &part, quint32 *value)
+{
+    if (part.isEmpty() || part.size() > 3)
+        return false;
+    quint32 number = 0;
+    for (const QChar c : part) {
+        if (c < QLatin1Char('0') || c > QLatin1Char('9'))
+            return false;
+        number = number * 10 + quint32(c.unicode() - '0');
+    }
+    if (number > 255)
+        return false;
+    *value = number;
+    return true;
+}
+
+/// The address of a dotted text as a number, first octet in the most significant byte; false when @p text is
+/// not four decimal numbers from 0 to 255.
+bool parseAddress(const QString &text, quint32 *address = nullptr)
+{
+    const QStringList parts = text.split(QLatin1Char('.'));
+    if (parts.size() != 4)
+        return false;
+    quint32 result = 0;
+    for (const QString &part : parts) {
+        quint32 octet = 0;
+        if (!parseOctet(part, &octet))
+            return false;
+        result = (result << 8) | octet;
+    }
+    if (address)
+        *address = result;
+    return true;
+}
+
+/// Whether the window's active focus is in a text field now; that field keeps the keyboard for itself.
+bool textFieldFocused(const QQuickItem *item)
+{
+    const QQuickWindow *window = item->window();
+    return window && qobject_cast<QQuickTextInput *>(window->activeFocusItem());
+}
+
+} // namespace
+
+CIpInput::CIpInput(QQuickItem *parent)
+    : QQuickItem(parent)
+{}
+
+CIpInput *CIpInput::create(QQmlEngine *engine, QQuickItem *parent)
+{
+    if (!engine) {
+        qWarning("QSP::CIpInput: no QML engine to create the address input in");
+        return nullptr;
+    }
+    SharedComponent &shared = sharedComponent(engine);
+    QQmlComponent *component = shared.component;
+    if (!component->isReady())
+        return nullptr;
+
+    QObject *object = component->beginCreate(engine->rootContext());
+    auto *input = qobject_cast<CIpInput *>(object);
+    if (!input) {
+        // Not what IpInput.qml should make: finish and drop it rather than hand out a half-made item.
+        if (object) {
+            component->completeCreate();
+            delete object;
+            shared.report(
+                QStringLiteral("QSP::CIpInput: %1 did not make a CIpInput").arg(documentUrl().toString()));
+        } else {
+            shared.report(component->errorString());
+        }
+        return nullptr;
+    }
+    input->setParent(parent);
+    input->setParentItem(parent);
+    component->completeCreate();
+    return input;
+}
+
+void CIpInput::registerType()
+{
+    static bool registered = false;
+    if (registered)
+        return;
+    registered = true;
+    qmlRegisterType<CIpInput>("QQuickSystemSet", 1, 0, "CIpInput");
+}
+
+void CIpInput::setEditing(bool editing)
+{
+    if (editing == m_editing)
+        return;
+    m_editing = editing;
+    emit editingChanged();
+}
+
+void CIpInput::setFontPixelSize(int size)
+{
+    if (size == m_fontPixelSize)
+        return;
+    m_fontPixelSize = size;
+    emit fontPixelSizeChanged();
+}
+
+void CIpInput::setIp(const QString &text)
+{
+    if (!parseAddress(text))
+        return;
+    showInFields(text);
+    internalSetIp(text);
+}
+
+void CIpInput::clear()
+{
+    showInFields(QStringLiteral("0.0.0.0"));
+    internalSetIp(QString());
+}
+
+void CIpInput::onClick()
+{
+    BeepButton::beepIfOn();
+    VkbManager &vkb = VkbManager::instance();
+    vkb.showVkb(true);
+    // Only a keyboard that is there can take a layout.
+    if (vkb.isVisible())
+        vkb.setLayoutType(VkbLayout_IPv4);
+}
+
+void CIpInput::onFocusChanged(bool focused)
+{
+    setEditing(hasFields() && (m_input0->hasActiveFocus() || m_input1->hasActiveFocus() ||
+                               m_input2->hasActiveFocus() || m_input3->hasActiveFocus()));
+    // Moving on to the next number, or to any other text field, keeps the keyboard; leaving puts it away.
+    if (!focused && !textFieldFocused(this))
+        VkbManager::instance().showVkb(false);
+    if (auto *field = qobject_cast<QQuickTextInput *>(sender())) {
+        if (field->hasActiveFocus())
+            field->selectAll();
+    }
+}
+
+void CIpInput::onEditingChanged()
+{
+    if (m_editing || !hasFields())
+        return;
+    const QString before = m_ip;
+    const QString assembled =
+        QStringList{m_input0->text(), m_input1->text(), m_input2->text(), m_input3->text()}.join(
+            QLatin1Char('.'));
+    internalSetIp(assembled);
+    if (assembled != before) {
+        quint32 address = 0; // stays 0 when the fields do not make an address
+        parseAddress(assembled, &address);
+        emit ipChangedByEdit(address);
+    }
+}
+
+void CIpInput::onEnableChanged()
+{
+    if (!hasFields())
+        return;
+    const bool enabled = isEnabled();
+    const QColor &color = enabled ? EnabledTextColor : DisabledTextColor;
+    for (QQuickTextInput *field : {m_input0, m_input1, m_input2, m_input3}) {
+        field->setEnabled(enabled);
+        field->setColor(color);
+    }
+}
+
+void CIpInput::componentComplete()
+{
+    QQuickItem::componentComplete();
+    auto field = [this](const char *name) {
+        return qobject_cast<QQuickTextInput *>(property(name).value<QObject *>());
+    };
+    m_input0 = field("ipi0");
+    m_input1 = field("ipi1");
+    m_input2 = field("ipi2");
+    m_input3 = field("ipi3");
+    if (hasFields()) {
+        for (QQuickTextInput *input : {m_input0, m_input1, m_input2, m_input3})
+            connect(input, &QQuickItem::activeFocusChanged, this, &CIpInput::onFocusChanged);
+    }
+    connect(this, &CIpInput::editingChanged, this, &CIpInput::onEditingChanged);
+    connect(this, &QQuickItem::enabledChanged, this, &CIpInput::onEnableChanged);
+
+    // An address or a disabled state given before the fields existed (in a QML declaration).
+    if (!m_ip.isEmpty())
+        showInFields(m_ip);
+    if (!isEnabled())
+        onEnableChanged();
+}
+
+void CIpInput::internalSetIp(const QString &text)
+{
+    if (text == m_ip)
+        return;
+    m_ip = text;
+    emit ipChanged();
+}
+
+void CIpInput::showInFields(const QString &text)
+{
+    if (!hasFields())
+        return;
+    const QStringList parts = text.split(QLatin1Char('.'));
+    const QVector<QQuickTextInput *> fields{m_input0, m_input1, m_input2, m_input3};
+    for (int i = 0; i < fields.size() && i < parts.size(); ++i)
+        fields[i]->setText(parts[i]);
+}
+
+bool CIpInput::hasFields() const
+{
+    return m_input0 && m_input1 && m_input2 && m_input3;
+}
+
+} // namespace QSP

@@ -1,0 +1,190 @@
+#include "CMacInput.h"
+
+#include "BeepButton.h"
+#include "VkbManager.h"
+
+#include <QColor>
+#include <QPointer>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickWindow>
+#include <QStringList>
+#include <QtQuick/private/qquicktextinput_p.h>
+
+namespace QSP {
+
+namespace {
+
+/// MacInput.qml compiled once for the engine that asked for it; it belongs to that engine (the host's, which
+/// lives as long as the process).
+struct SharedComponent
+{
+    QPointer<QQmlEngine> engine;
+    QPointer<QQmlComponent> component;
+    bool errorReported = false;
+
+    /// The document's failures are written to the log once, not for every control that is asked for.
+    void report(const QString &message)
+    {
+        if (errorReported)
+            return;
+        errorReported = true;
+        qWarning().noquote() << message;
+    }
+};
+
+const QUrl &documentUrl()
+{
+    static const QUrl url(QStringLiteral("qrc:/setting/flatui/MacInput.qml"));
+    return url;
+}
+
+SharedComponent &sharedComponent(QQmlEngine *engine)
+{
+    static SharedComponent shared;
+    if (!shared.component || shared.engine != engine) {
+        CMacInput::registerType();
+        delete shared.component;
+        shared = SharedComponent{};
+        shared.engine = engine;
+        shared.component = new QQmlComponent(engine, documentUrl(), engine);
+    }
+    if (!shared.component->isReady())
+        shared.report(shared.component->errorString());
+    return shared;
+}
+
+/// Whether the window's active focus is in a text field now; that field keeps the keyboard for itself.
+bool textFieldFocused(const QQuickItem *item)
+{
+    const QQuickWindow *window = item->window();
+    return window && qobject_cast<QQuickTextInput *>(window->activeFocusItem());
+}
+
+void registerMacMetaType()
+{
+    static const int id = qRegisterMetaType<HMI::MAC>("HMI::MAC");
+    Q_UNUSED(id)
+}
+
+} // namespace
+
+CMacInput::CMacInput(QQuickItem *parent)
+    : QQuickItem(parent)
+{
+    registerMacMetaType();
+}
+
+CMacInput *CMacInput::create(QQmlEngine *engine, QQuickItem *parent)
+{
+    if (!engine) {
+        qWarning("QSP::CMacInput: no QML engine to create the MAC address input in");
+        return nullptr;
+    }
+    SharedComponent &shared = sharedComponent(engine);
+    QQmlComponent *component = shared.component;
+    if (!component->isReady())
+        return nullptr;
+
+    QObject *object = component->beginCreate(engine->rootContext());
+    auto *input = qobject_cast<CMacInput *>(object);
+    if (!input) {
+        // Not what MacInput.qml should make: finish and drop it rather than hand out a half-made item.
+        if (object) {
+            component->completeCreate();
+            delete object;
+            shared.report(
+                QStringLiteral("QSP::CMacInput: %1 did not make a CMacInput").arg(documentUrl().toString()));
+        } else {
+            shared.report(component->errorString());
+        }
+        return nullptr;
+    }
+    input->setParent(parent);
+    input->setParentItem(parent);
+    component->completeCreate();
+    return input;
+}
+
+void CMacInput::registerType()
+{
+    registerMacMetaType();
+    qmlRegisterType<CMacInput>("QQuickSystemSet", 1, 0, "CMacInput");
+}
+
+QString CMacInput::macString() const
+{
+    return m_input ? m_input->text() : QString();
+}
+
+HMI::MAC CMacInput::mac() const
+{
+    const QString digits = macString().trimmed().toLower().remove(QLatin1Char(':'));
+    HMI::MAC result{};
+    for (int i = 0; i < 12; i += 2) {
+        bool ok = false;
+        const uint value = digits.mid(i, 2).toUInt(&ok, 16);
+        result[std::size_t(i / 2)] = ok ? static_cast<unsigned char>(value & 0xFF) : 0;
+    }
+    return result;
+}
+
+void CMacInput::setMac(const HMI::MAC &mac)
+{
+    if (!m_input)
+        return;
+    QStringList pairs;
+    for (const unsigned char byte : mac)
+        pairs << QStringLiteral("%1").arg(uint(byte), 2, 16, QLatin1Char('0')).toUpper();
+    m_input->setText(pairs.join(QLatin1Char(':')));
+}
+
+void CMacInput::setFontPixelSize(int size)
+{
+    if (!m_input || size <= 0)
+        return;
+    QFont font = m_input->font();
+    font.setPixelSize(size);
+    m_input->setFont(font);
+}
+
+void CMacInput::setEnabled(bool enabled)
+{
+    if (!m_input)
+        return;
+    m_input->setEnabled(enabled);
+    m_input->setColor(enabled ? QColor(0x00, 0x00, 0x00) : QColor(0xB4, 0xB4, 0xB4));
+}
+
+void CMacInput::onClick()
+{
+    BeepButton::beepIfOn();
+    VkbManager &vkb = VkbManager::instance();
+    vkb.showVkb(true);
+    // Only a keyboard that is there can take a layout.
+    if (vkb.isVisible())
+        vkb.setLayoutType(VkbLayout_Full);
+}
+
+void CMacInput::onAccepted()
+{
+    VkbManager::instance().showVkb(false);
+    emit macChangedByEdit(mac());
+}
+
+void CMacInput::componentComplete()
+{
+    QQuickItem::componentComplete();
+    m_input = qobject_cast<QQuickTextInput *>(property("input").value<QObject *>());
+    if (!m_input)
+        return;
+    connect(m_input, &QQuickTextInput::accepted, this, &CMacInput::onAccepted);
+    // Leaving the field any other way (Escape, the keyboard's hide key) also puts the keyboard away, unless
+    // the focus went on to another text field.
+    connect(m_input, &QQuickItem::activeFocusChanged, this, [this](bool focused) {
+        if (!focused && !textFieldFocused(this))
+            VkbManager::instance().showVkb(false);
+    });
+}
+
+} // namespace QSP

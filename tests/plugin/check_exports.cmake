@@ -1,0 +1,10 @@
+# The library exports its three entry points as plain C symbols.
+execute_process(COMMAND nm -D --defined-only ${LIBRARY} OUTPUT_VARIABLE symbols RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "nm failed on ${LIBRARY}")
+endif()
+foreach(name PlexaGetInstance PlexaCloseInstance PlexaQueryData)
+    if(NOT symbols MATCHES "[0-9a-f]+ T ${name}\n")
+        message(FATAL_ERROR "${name} is not exported unmangled from ${LIBRARY}")
+    endif()
+endforeach()
