@@ -3,11 +3,15 @@
 #include "BeepButton.h"
 #include "BeepSwitch.h"
 #include "BrightButton.h"
+#include "CIpInput.h"
+#include "ComboBox.h"
+#include "Dialog.h"
 #include "GlobalInfo.h"
 #include "MeyerSingleton.h"
 #include "SystemSet.h"
 
 #include <QCoreApplication>
+#include <QMetaMethod>
 #include <QQmlComponent>
 #include <QQmlContext>
 #include <QQmlEngine>
@@ -80,6 +84,8 @@ int currentNicOf(QQuickItem *networkCard)
     return networkCard ? networkCard->property("currentNIC").toInt() : 0;
 }
 
+std::array<void (*)(), 9> g_cardRegistrars{};
+
 /// Registers the QML types that a card's document uses, just before it is loaded.
 void registerCardTypes(AppRootItem::Cards card)
 {
@@ -88,12 +94,44 @@ void registerCardTypes(AppRootItem::Cards card)
         BrightButton::registerType();
         break;
     case AppRootItem::Card_Buzzer:
+        BeepSwitch::registerType();
+        break;
     case AppRootItem::Card_Network:
         BeepSwitch::registerType();
+        CIpInput::registerType();
+        break;
+    case AppRootItem::Card_NIC:
+        ComboBox::registerType();
+        Dialog::registerType();
+        break;
+    case AppRootItem::Card_DNS:
+        CIpInput::registerType();
+        break;
+    case AppRootItem::Card_Wifi:
+        Dialog::registerType();
         break;
     default:
         break;
     }
+    if (g_cardRegistrars[card])
+        g_cardRegistrars[card]();
+}
+
+/// Connects @p sender's signal named @p signal (whatever its arguments) to @p receiver's @p slot.
+bool connectByName(QObject *sender, const char *signal, QObject *receiver, const char *slot)
+{
+    if (!sender || !receiver)
+        return false;
+    const QMetaObject *meta = sender->metaObject();
+    for (int i = 0; i < meta->methodCount(); ++i) {
+        const QMetaMethod method = meta->method(i);
+        if (method.methodType() == QMetaMethod::Signal && method.name() == signal) {
+            const int slotIndex = receiver->metaObject()->indexOfMethod(slot);
+            return slotIndex >= 0 &&
+                   QObject::connect(sender, method, receiver, receiver->metaObject()->method(slotIndex));
+        }
+    }
+    return false;
 }
 
 } // namespace
@@ -133,6 +171,12 @@ AppRootItem::~AppRootItem()
 AppRootItem *AppRootItem::instance()
 {
     return g_root;
+}
+
+bool AppRootItem::setCardTypeRegistrar(Cards card, void (*registrar)())
+{
+    g_cardRegistrars[card] = registrar;
+    return true;
 }
 
 void AppRootItem::init(QQmlEngine *engine)
@@ -251,9 +295,49 @@ void AppRootItem::showCard(Cards card, bool show)
         if (!show)
             return; // nothing to hide: cards are made when first shown
         addCard(card);
+        wireCard(card);
     }
     if (m_cards[card])
         m_cards[card]->setVisible(show);
+}
+
+void AppRootItem::wireCard(Cards card)
+{
+    QQuickItem *item = m_cards[card];
+    if (card == Card_Network) {
+        connectByName(item, "switchToWifiCard", this, "showWifiPage()");
+        connectByName(item, "currentNICChanged", this, "followNetworkAdapter()");
+    } else if (card == Card_Wifi && item) {
+        connectByName(item, "wifiReset", m_cards[Card_Network], "wifiReset()");
+        QQuickItem *back = nullptr;
+        QMetaObject::invokeMethod(item, "returnButton", Q_RETURN_ARG(QQuickItem *, back));
+        if (back && m_returnButton) {
+            back->setParentItem(m_returnButton);
+            anchorsOf(back)->setFill(m_returnButton);
+            back->setVisible(item->isVisible());
+            connect(item, &QQuickItem::visibleChanged, back,
+                    [back, item] { back->setVisible(item->isVisible()); });
+        }
+        if (auto *button = qobject_cast<QQuickAbstractButton *>(back))
+            connect(button, &QQuickAbstractButton::clicked, this, &AppRootItem::showNetworkPage);
+    }
+}
+
+void AppRootItem::showWifiPage()
+{
+    setCurrentPage(MI_Wifi);
+}
+
+void AppRootItem::showNetworkPage()
+{
+    setCurrentPage(MI_Network);
+}
+
+void AppRootItem::followNetworkAdapter()
+{
+    const bool adapterCards = currentNicOf(m_cards[Card_Network]) != NicVpn;
+    showCard(Card_NIC, adapterCards);
+    showCard(Card_DNS, adapterCards);
 }
 
 template<AppRootItem::Cards N>

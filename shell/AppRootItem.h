@@ -53,6 +53,9 @@ public:
 
     /// The most recently made root item, or null.
     static AppRootItem *instance();
+    /// Records how to register a card's own QML types (the card class, and types only it uses); each card
+    /// class hands its registrar over at load time, and it runs just before the card's document is loaded.
+    static bool setCardTypeRegistrar(Cards card, void (*registrar)());
 
     /// Finds the parts of main.qml by their property names, lays out title and menu, and makes the first
     /// page's cards unless the menu fills the screen.
@@ -103,9 +106,13 @@ private Q_SLOTS:
     void showMenu();
     void hideMenu();
     void onWindowAvailable(QQuickWindow *window);
+    void showWifiPage();
+    void showNetworkPage();
+    void followNetworkAdapter();
 
 private:
     void addCard(Cards card);
+    void wireCard(Cards card);
     void layoutTitleText();
     void layoutMenuWidth();
     qreal menuButtonMargin() const;
