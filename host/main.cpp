@@ -3,6 +3,7 @@
 // screenshot each.
 
 #include "ISystemSet.h"
+#include "ScreenDriver.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -113,54 +114,6 @@ QString defaultLibrary()
     return QStringLiteral("libqquicksystemset.so");
 }
 
-/// The visible item under @p root whose "text" property is @p text.
-QQuickItem *findByText(QQuickItem *root, const QString &text)
-{
-    if (!root || !root->isVisible())
-        return nullptr;
-    if (root->property("text").toString() == text && root->inherits("QQuickAbstractButton"))
-        return root;
-    for (QQuickItem *child : root->childItems()) {
-        if (QQuickItem *found = findByText(child, text))
-            return found;
-    }
-    return nullptr;
-}
-
-QQuickItem *findByName(QQuickItem *root, const QString &name)
-{
-    if (!root)
-        return nullptr;
-    if (root->objectName() == name)
-        return root;
-    for (QQuickItem *child : root->childItems()) {
-        if (QQuickItem *found = findByName(child, name))
-            return found;
-    }
-    return nullptr;
-}
-
-void settle(int ms = 50)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < ms)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-}
-
-/// Taps the centre of @p item as a finger would.
-void tap(QQuickWindow *window, QQuickItem *item)
-{
-    const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
-    QMouseEvent press(QEvent::MouseButtonPress, centre, centre, Qt::LeftButton, Qt::LeftButton,
-                      Qt::NoModifier);
-    QCoreApplication::sendEvent(window, &press);
-    QMouseEvent release(QEvent::MouseButtonRelease, centre, centre, Qt::LeftButton, Qt::NoButton,
-                        Qt::NoModifier);
-    QCoreApplication::sendEvent(window, &release);
-    settle();
-}
-
 /// Visits every page and writes one PNG each; returns the process exit code.
 int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &folder, const Options &options)
 {
@@ -169,7 +122,7 @@ int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &fold
     const QString size = QStringLiteral("%1x%2").arg(options.width).arg(options.height);
     int written = 0;
     const auto shoot = [&](const QString &page) {
-        settle(100);
+        ScreenDriver::settle(100);
         const QString file = QDir(folder).filePath(QStringLiteral("%1-%2.png").arg(size, page));
         QImage image = window->grabWindow();
         if (image
@@ -180,28 +133,33 @@ int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &fold
         else
             ++written, std::printf("%s\n", qPrintable(file));
     };
+    const auto press = [&](QQuickItem *item) {
+        ScreenDriver::tap(window, item);
+        ScreenDriver::settle(50);
+    };
     const auto backToMenu = [&] {
-        if (QQuickItem *back = findByName(root, QStringLiteral("returnButton")); back && back->isVisible())
-            tap(window, back);
+        if (QQuickItem *back = ScreenDriver::findByName(root, QStringLiteral("returnButton"));
+            back && back->isVisible())
+            press(back);
     };
 
     if (options.width < 800)
         shoot(QStringLiteral("menu"));
     for (const char *page : {"General", "Network", "Language", "Version"}) {
-        QQuickItem *button = findByText(root, QString::fromLatin1(page));
+        QQuickItem *button = ScreenDriver::findButton(root, QString::fromLatin1(page));
         if (!button) {
             std::fprintf(stderr, "settings-host: no menu button \"%s\"\n", page);
             continue;
         }
-        tap(window, button);
+        press(button);
         shoot(QString::fromLatin1(page).toLower());
         if (std::strcmp(page, "Network") == 0) {
-            if (QQuickItem *wifi = findByName(root, QStringLiteral("wifiSettingsButton"));
+            if (QQuickItem *wifi = ScreenDriver::findByName(root, QStringLiteral("wifiSettingsButton"));
                 wifi && wifi->isVisible()) {
-                tap(window, wifi);
+                press(wifi);
                 shoot(QStringLiteral("wifi"));
-                if (QQuickItem *back = findByName(root, QStringLiteral("wifiReturnButton")))
-                    tap(window, back);
+                if (QQuickItem *back = ScreenDriver::findByName(root, QStringLiteral("wifiReturnButton")))
+                    press(back);
             } else {
                 std::fprintf(stderr,
                              "settings-host: the Wi-Fi page is not reachable from the Network page\n");

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QString>
+
+class QQuickItem;
+class QQuickWindow;
+
+/// Drives a shown settings screen the way a finger does, knowing it only by what it shows.
+namespace ScreenDriver {
+
+/// The visible button under @p root whose text is @p text, or null.
+QQuickItem *findButton(QQuickItem *root, const QString &text);
+/// The item under @p root with the object name @p name, or null.
+QQuickItem *findByName(QQuickItem *root, const QString &name);
+/// Presses and releases the centre of @p item.
+void tap(QQuickWindow *window, QQuickItem *item);
+/// Runs the event loop for @p ms milliseconds.
+void settle(int ms);
+
+} // namespace ScreenDriver
