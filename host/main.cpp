@@ -6,12 +6,10 @@
 #include "ScreenDriver.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QImage>
 #include <QLibrary>
-#include <QMouseEvent>
 #include <QPixmap>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -125,8 +123,7 @@ int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &fold
         ScreenDriver::settle(100);
         const QString file = QDir(folder).filePath(QStringLiteral("%1-%2.png").arg(size, page));
         QImage image = window->grabWindow();
-        if (image
-                .isNull()) // the offscreen platform keeps the software renderer's pixels in its backing store
+        if (image.isNull()) // offscreen, the software renderer's pixels are in the window's backing store
             image = window->screen()->grabWindow(window->winId()).toImage();
         if (image.isNull() || !image.save(file))
             std::fprintf(stderr, "settings-host: could not write %s\n", qPrintable(file));
@@ -143,6 +140,7 @@ int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &fold
             press(back);
     };
 
+    ScreenDriver::settle(100); // positioners lay out the menu with the first frame: tap only after it
     if (options.width < 800)
         shoot(QStringLiteral("menu"));
     for (const char *page : {"General", "Network", "Language", "Version"}) {

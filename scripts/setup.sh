@@ -12,7 +12,7 @@ PACKAGES=(
   qml-module-qtquick-templates2 qml-module-qtquick-layouts
   libqt5svg5-dev qttools5-dev-tools
   libqrcodegencpp-dev zbar-tools
-  xvfb xauth
+  xvfb xauth fonts-wqy-microhei
 )
 
 missing=()

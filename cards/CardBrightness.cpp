@@ -1,0 +1,80 @@
+#include "CardBrightness.h"
+
+#include "AppRootItem.h"
+#include "BeepButton.h"
+#include "GlobalInfo.h"
+#include "MeyerSingleton.h"
+#include "SystemSet.h"
+
+#include <QCoreApplication>
+#include <QQmlEngine>
+#include <QtQuick/private/qquicktext_p.h>
+
+namespace QSP {
+
+namespace {
+
+constexpr int MinLevel = 1;
+constexpr int MaxLevel = 32;
+
+[[maybe_unused]] const bool s_registered =
+    AppRootItem::setCardTypeRegistrar(AppRootItem::Card_Brightness, [] {
+        qmlRegisterType<CardBrightness>("QQuickSystemSet", 1, 0, "CardBrightness");
+    });
+
+/// The title row's height: fixed steps in portrait, a share of the width in landscape.
+int titleRowHeight()
+{
+    const GlobalInfo &info = GlobalInfo::instance();
+    if (info.isScreenPortrait())
+        return info.screenSize().width() < 600 ? 43 : 54;
+    return int(info.screenSize().width() * 0.053125);
+}
+
+} // namespace
+
+CardBrightness::CardBrightness(QQuickItem *parent)
+    : BaseCard(parent)
+    , m_brightnessTitleRowHeight(titleRowHeight())
+{
+    // Taken as the system reports it: a level outside 1..32 is shown until the user changes it.
+    m_brightnessValue = MeyerSingleton<HMI::SystemSet>::instance().bright();
+}
+
+void CardBrightness::setBrightnessValue(int value)
+{
+    // While the document is being built the slider brings its value into its own range and reports it
+    // back; that is no choice of the user's and must neither replace nor write the level read.
+    if (!m_completed)
+        return;
+    if (value >= MaxLevel)
+        value = MaxLevel;
+    if (value < MinLevel)
+        value = MinLevel;
+    if (value == m_brightnessValue)
+        return;
+    m_brightnessValue = value;
+    Q_EMIT brightnessValueChanged();
+    MeyerSingleton<HMI::SystemSet>::instance().setBright(m_brightnessValue, false);
+}
+
+void CardBrightness::saveBrightness()
+{
+    MeyerSingleton<HMI::SystemSet>::instance().setBright(m_brightnessValue, true);
+}
+
+void CardBrightness::beepIfOn()
+{
+    BeepButton::beepIfOn();
+}
+
+void CardBrightness::componentComplete()
+{
+    BaseCard::componentComplete();
+    m_completed = true;
+    m_titleText = qobject_cast<QQuickText *>(property("titleText").value<QObject *>());
+    setMultilingualText(m_titleText,
+                        [] { return QCoreApplication::translate("CardBrightness", "Brightness"); });
+}
+
+} // namespace QSP

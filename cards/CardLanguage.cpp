@@ -1,0 +1,36 @@
+#include "CardLanguage.h"
+
+#include "AppRootItem.h"
+#include "GlobalInfo.h"
+#include "LanguageModel.h"
+
+#include <QtQml/qqml.h>
+
+namespace QSP {
+
+namespace {
+
+/// The card's unit: a fraction of the width in landscape, fixed steps in portrait.
+int rowHeightFor(const GlobalInfo &info)
+{
+    const int width = info.screenSize().width();
+    if (info.isScreenPortrait())
+        return width >= 600 ? 54 : 43;
+    return int(width * 0.053125);
+}
+
+// The model's type must be known before the card's document names it through the card.
+const bool s_registered = AppRootItem::setCardTypeRegistrar(AppRootItem::Card_Language, [] {
+    qmlRegisterType<LanguageModel>("QQuickSystemSet", 1, 0, "LanguageModel");
+    qmlRegisterType<CardLanguage>("QQuickSystemSet", 1, 0, "CardLanguage");
+});
+
+} // namespace
+
+CardLanguage::CardLanguage(QQuickItem *parent)
+    : BaseCard(parent)
+    , m_languageModel(new LanguageModel(this))
+    , m_languageTitleRowHeight(rowHeightFor(GlobalInfo::instance()))
+{}
+
+} // namespace QSP

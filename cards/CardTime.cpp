@@ -1,0 +1,111 @@
+#include "CardTime.h"
+
+#include "AppRootItem.h"
+#include "GlobalInfo.h"
+#include "MeyerSingleton.h"
+#include "SystemSet.h"
+#include "TimeEditPopup.h"
+
+#include <QCoreApplication>
+#include <QQmlEngine>
+#include <QTimer>
+#include <QtQuick/private/qquicktext_p.h>
+
+namespace QSP {
+
+namespace {
+
+[[maybe_unused]] const bool s_registered = AppRootItem::setCardTypeRegistrar(
+    AppRootItem::Card_Time, [] { qmlRegisterType<CardTime>("QQuickSystemSet", 1, 0, "CardTime"); });
+
+constexpr int TickMs = 1000;
+
+/// The caption row's height: fixed steps in portrait, a share of the width in landscape (not rounded).
+double titleRowHeight()
+{
+    const GlobalInfo &info = GlobalInfo::instance();
+    if (info.isScreenPortrait())
+        return info.screenSize().width() < 600 ? 43.0 : 54.0;
+    return info.screenSize().width() * 0.053125;
+}
+
+} // namespace
+
+CardTime::CardTime(QQuickItem *parent)
+    : BaseCard(parent)
+    , m_timeTitleRowHeight(titleRowHeight())
+    , m_timer(new QTimer(this))
+{
+    connect(m_timer, &QTimer::timeout, this, &CardTime::updateDateTime);
+    m_timer->start(TickMs);
+    // The weekday's name follows the language at once, not at the next tick.
+    connect(&GlobalInfo::instance(), &GlobalInfo::localeChanged, this, &CardTime::updateDateTime);
+    updateDateTime();
+}
+
+CardTime::~CardTime()
+{
+    m_timer->stop();
+}
+
+void CardTime::updateDateTime()
+{
+    showDateTime(QDateTime::currentDateTime());
+}
+
+void CardTime::showDateTime(const QDateTime &dateTime)
+{
+    const QLocale locale = GlobalInfo::instance().locale();
+    const QString text = QStringLiteral("%1 %2 %3")
+                             .arg(locale.toString(dateTime, QStringLiteral("yyyy/MM/dd")),
+                                  locale.toString(dateTime, QStringLiteral("ddd")),
+                                  locale.toString(dateTime, QStringLiteral("hh:mm:ss")));
+    if (text == m_currentDateTime)
+        return;
+    m_currentDateTime = text;
+    Q_EMIT currentDateTimeChanged();
+}
+
+void CardTime::openDialog()
+{
+    if (!m_dialog)
+        addDialog();
+    m_dialog->setCurrentDateTime(QDateTime::currentDateTime());
+    m_dialog->open();
+}
+
+void CardTime::addDialog()
+{
+    AppRootItem *root = AppRootItem::instance();
+    QQuickItem *host = root ? static_cast<QQuickItem *>(root) : this;
+    m_dialog = new TimeEditPopup(host);
+    m_dialog->setParent(this);
+    m_dialog->setX((host->width() - m_dialog->width()) / 2);
+    m_dialog->setY((host->height() - m_dialog->height()) / 2);
+    connect(m_dialog, &TimeEditPopup::dateTimeConfirmed, this, &CardTime::applyDateTime);
+}
+
+void CardTime::applyDateTime(const QDateTime &dateTime)
+{
+    HMI::SystemSet &system = MeyerSingleton<HMI::SystemSet>::instance();
+    // A refused time changes nothing: the running clock keeps showing the time as it is.
+    if (!system.setSystemTime(long(dateTime.toSecsSinceEpoch())))
+        return;
+    system.syncHwclock();
+    // Show the new time now rather than at the next tick, and count the seconds on from it.
+    showDateTime(dateTime);
+    m_timer->start(TickMs);
+}
+
+void CardTime::componentComplete()
+{
+    BaseCard::componentComplete();
+    m_titleText = qobject_cast<QQuickText *>(property("titleText").value<QObject *>());
+    setMultilingualText(m_titleText, [] { return QCoreApplication::translate("CardTime", "Time"); });
+    m_dateLabel = qobject_cast<QQuickText *>(property("dateLabel").value<QObject *>());
+    if (m_dateLabel)
+        setMultilingualText(m_dateLabel,
+                            [] { return QCoreApplication::translate("CardTime", "Date & Time"); });
+}
+
+} // namespace QSP

@@ -1,0 +1,297 @@
+// The Language and Version pages, driven as a host drives the screen: the language list and its tick
+// across a language switched elsewhere and back, and the serial number with the QR image it writes.
+
+#include "GlobalInfo.h"
+#include "PanelSimulator.h"
+#include "ScreenFixture.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QQuickItem>
+#include <QTemporaryDir>
+#include <QtQuick/private/qquickimagebase_p.h>
+#include <QtTest>
+
+namespace {
+
+using Root = QSP::AppRootItem;
+
+/// The first visible item under @p under (itself included) that @p match accepts, or null.
+QQuickItem *shownItem(QQuickItem *under, const std::function<bool(QQuickItem *)> &match)
+{
+    if (!under || !under->isVisible())
+        return nullptr;
+    if (match(under))
+        return under;
+    for (QQuickItem *child : under->childItems()) {
+        if (QQuickItem *found = shownItem(child, match))
+            return found;
+    }
+    return nullptr;
+}
+
+/// Whether the language row shows its tick and its grey highlight.
+bool rowMarkedCurrent(QQuickItem *card)
+{
+    const QUrl tick(QStringLiteral("qrc:/setting/icons/newtickgreen.png"));
+    const bool ticked = shownItem(card, [&](QQuickItem *i) { return i->property("source").toUrl() == tick; });
+    const bool highlighted = shownItem(card, [](QQuickItem *i) {
+        return i->inherits("QQuickRectangle") && i->property("color").value<QColor>() == QColor(0xF2F3F5);
+    });
+    return ticked && highlighted;
+}
+
+/// What a phone's reader finds in the image: the decoded text, or a null string when none.
+QString decodeQr(const QString &file)
+{
+    QProcess zbar;
+    zbar.start(QStringLiteral("zbarimg"), {QStringLiteral("--raw"), QStringLiteral("-q"), file});
+    if (!zbar.waitForFinished(30000) || zbar.exitCode() != 0)
+        return QString();
+    const QString text = QString::fromUtf8(zbar.readAllStandardOutput());
+    return text.endsWith(QLatin1Char('\n')) ? text.chopped(1) : text;
+}
+
+bool loadSerial(QObject *card, const QString &serial)
+{
+    const QJsonObject state{{QStringLiteral("serial"), serial}};
+    return HMI::PanelSimulator::loadStateJson(QJsonDocument(state).toJson().toStdString()) &&
+           QMetaObject::invokeMethod(card, "loadSerialNumber");
+}
+
+} // namespace
+
+class TestLanguageVersion : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void versionCardFailures();
+    void qrImageEncodesSerial_data();
+    void qrImageEncodesSerial();
+    void externalChineseAndBack_data();
+    void externalChineseAndBack();
+
+private:
+    QString qrFile() const { return m_tmp.path() + QStringLiteral("/barcodeImg.png"); }
+    void useTempDir(bool writable)
+    {
+        qputenv("TMPDIR", (writable ? m_tmp.path() : m_tmp.path() + QStringLiteral("/blocker/sub")).toUtf8());
+    }
+    /// The page's title, the settings word, the menu's texts and the texts of the page's card.
+    QStringList pageTexts(Root::MenuIndex page, Root::Cards card)
+    {
+        if (!f.showPage(page))
+            return {};
+        const auto text = [this](const char *name) {
+            return f.root()->property(name).value<QObject *>()->property("text").toString();
+        };
+        return QStringList{text("titleText"), text("settingsText")} +
+               ScreenFixture::visibleTexts(f.root()->property("menuBar").value<QQuickItem *>()) +
+               ScreenFixture::visibleTexts(f.card(card));
+    }
+
+    QTemporaryDir m_tmp;
+    ScreenFixture f;
+};
+
+void TestLanguageVersion::initTestCase()
+{
+    QVERIFY(m_tmp.isValid());
+    // A plain file where the temporary directory's parent should be makes every save fail.
+    QFile blocker(m_tmp.path() + QStringLiteral("/blocker"));
+    QVERIFY(blocker.open(QIODevice::WriteOnly));
+    useTempDir(true);
+    QVERIFY(f.load(QSize(1024, 600)));
+}
+
+void TestLanguageVersion::versionCardFailures()
+{
+    const QRegularExpression saveFailed(QStringLiteral("could not write the QR code"));
+    useTempDir(false);
+    QTest::ignoreMessage(QtWarningMsg, saveFailed);
+    QVERIFY(f.showPage(Root::MI_Version));
+    QQuickItem *card = f.card(Root::Card_Version);
+    QVERIFY(card);
+    QCOMPARE(card->property("serialNumber").toString(), QStringLiteral("HMI7-2026-000123"));
+    QVERIFY(card->property("qrCodeUrl").toUrl().isEmpty());
+    QVERIFY(ScreenFixture::findText(card, QStringLiteral("QR Code")));
+
+    QSignalSpy urlSpy(card, SIGNAL(qrCodeUrlChanged()));
+    QVERIFY(urlSpy.isValid());
+    useTempDir(true);
+    QVERIFY(loadSerial(card, QStringLiteral("FIRST-1")));
+    QCOMPARE(urlSpy.count(), 1);
+    QCOMPARE(card->property("qrCodeUrl").toUrl(), QUrl::fromLocalFile(qrFile()));
+    QTRY_VERIFY(!ScreenFixture::findText(card, QStringLiteral("QR Code")));
+
+    // A later failure shows the new number but keeps the last image and its URL.
+    useTempDir(false);
+    QTest::ignoreMessage(QtWarningMsg, saveFailed);
+    QVERIFY(loadSerial(card, QStringLiteral("OTHER-1")));
+    useTempDir(true);
+    QCOMPARE(urlSpy.count(), 1);
+    QVERIFY(ScreenFixture::findText(card, QStringLiteral("OTHER-1")));
+    QVERIFY(!ScreenFixture::findText(card, QStringLiteral("QR Code")));
+    QCOMPARE(decodeQr(qrFile()), QStringLiteral("FIRST-1"));
+
+    // A cloud icon that fails to load (Image.Error = 3) is marked by a red "!" until it loads (Ready = 1).
+    QVERIFY(!card->property("iconError").toBool());
+    QSignalSpy iconSpy(card, SIGNAL(iconErrorChanged()));
+    QVERIFY(iconSpy.isValid());
+    for (const auto &[status, marked] : {std::pair{3, true}, std::pair{3, true}, std::pair{1, false}}) {
+        QVERIFY(QMetaObject::invokeMethod(card, "checkIconStatus", Q_ARG(int, status)));
+        QQuickItem *mark = ScreenFixture::findText(card, QStringLiteral("!"));
+        QCOMPARE(mark && mark->property("color").value<QColor>() == Qt::red, marked);
+    }
+    QCOMPARE(iconSpy.count(), 2);
+}
+
+void TestLanguageVersion::qrImageEncodesSerial_data()
+{
+    QTest::addColumn<QString>("serial");
+    QTest::addColumn<QString>("shown");
+    QTest::addColumn<QString>("encoded"); // null: nothing a reader can find
+    QTest::addColumn<int>("modules");
+    QTest::addColumn<int>("moduleSize"); // 0: a blank image
+    QTest::addColumn<int>("offset");
+
+    const auto row = [](const char *tag, const QString &serial, const QString &shown, const QString &encoded,
+                        int modules, int moduleSize, int offset) {
+        QTest::newRow(tag) << serial << shown << encoded << modules << moduleSize << offset;
+    };
+    QString latin;
+    for (int i = 0; i < 1300; ++i)
+        latin += QLatin1Char(char('a' + i % 26));
+    const QString shortSerial = QStringLiteral("HMI7-0001"), qrCode = QStringLiteral("QR Code");
+    // 167 pixels for a unit of 54, of which (167 / 20) * 2 = 16 are kept for the quiet zone at least.
+    row("short, alphanumeric", shortSerial, shortSerial, shortSerial, 21, 7, 10);
+    row("short, bytes", shortSerial.toLower(), shortSerial.toLower(), shortSerial.toLower(), 25, 6, 8);
+    row("long", latin.left(60), latin.left(60), latin.left(60), 45, 3, 16);
+    row("longer", latin.left(100), latin.left(100), latin.left(100), 57, 2, 26);
+    row("empty", QString(), QString(), QStringLiteral(" "), 21, 7, 10);
+    row("placeholder's text", qrCode, QString(), qrCode, 21, 7, 10);
+    row("too long to fit", latin.left(1000), latin.left(1000), QString(), 161, 0, 83);
+    row("more than a symbol holds", latin, latin, QString(), 0, 0, 83);
+}
+
+void TestLanguageVersion::qrImageEncodesSerial()
+{
+    QFETCH(QString, serial);
+    QFETCH(QString, shown);
+    QFETCH(QString, encoded);
+    QFETCH(int, modules);
+    QFETCH(int, moduleSize);
+    QFETCH(int, offset);
+
+    QVERIFY(f.showPage(Root::MI_Version));
+    QQuickItem *card = f.card(Root::Card_Version);
+    QVERIFY(card);
+    QVERIFY(loadSerial(card, serial));
+    QCOMPARE(card->property("serialNumber").toString(), shown);
+    QVERIFY(shown.isEmpty() || ScreenFixture::findText(card, shown));
+    QCOMPARE(decodeQr(qrFile()), encoded);
+
+    // What is on screen is the new image, not the one read before from the same file.
+    const QImage image(qrFile());
+    QCOMPARE(image.size(), QSize(167, 167));
+    auto *onScreen = qobject_cast<QQuickImageBase *>(shownItem(card, [this](QQuickItem *i) {
+        return i->property("source").toUrl() == QUrl::fromLocalFile(qrFile());
+    }));
+    QVERIFY(onScreen);
+    QTRY_COMPARE(onScreen->image().convertToFormat(QImage::Format_RGB32), image);
+    QTRY_VERIFY(!ScreenFixture::visibleTexts(card).contains(QStringLiteral("QR Code")));
+
+    // Whole-pixel modules, black on white. Along the row y = offset the top-left finder starts at x = offset
+    // with seven dark modules, and the top-right finder ends the symbol's width later.
+    QVector<int> dark;
+    for (int x = 0; x < image.width(); ++x) {
+        const QRgb pixel = image.pixel(x, offset);
+        QVERIFY(pixel == qRgb(0, 0, 0) || pixel == qRgb(255, 255, 255));
+        if (pixel == qRgb(0, 0, 0))
+            dark << x;
+    }
+    if (moduleSize == 0) {
+        QImage white(image.size(), QImage::Format_RGB32);
+        white.fill(Qt::white);
+        QCOMPARE(image.convertToFormat(QImage::Format_RGB32), white);
+        return;
+    }
+    QCOMPARE(moduleSize, (167 - 16) / modules);
+    QCOMPARE(offset, (167 - moduleSize * modules) / 2);
+    QVERIFY(dark.size() > 7 * moduleSize);
+    QCOMPARE(image.pixel(offset, offset - 1), qRgb(255, 255, 255));
+    QCOMPARE(dark.first(), offset);
+    QCOMPARE(dark.at(7 * moduleSize - 1), offset + 7 * moduleSize - 1);
+    QVERIFY(dark.at(7 * moduleSize) > offset + 7 * moduleSize);
+    QCOMPARE(dark.last() + 1 - offset, modules * moduleSize);
+}
+
+void TestLanguageVersion::externalChineseAndBack_data()
+{
+    QTest::addColumn<bool>("reopen");
+    QTest::newRow("noticed on opening") << true;
+    QTest::newRow("noticed on a page change") << false;
+}
+
+void TestLanguageVersion::externalChineseAndBack()
+{
+    QFETCH(bool, reopen);
+
+    // English: the one row is ticked and highlighted, and choosing it again (or a row that does not exist)
+    // changes nothing.
+    QVERIFY(f.showPage(Root::MI_Language));
+    QQuickItem *card = f.card(Root::Card_Language);
+    QVERIFY(card);
+    QCOMPARE(card->property("languageTitleRowHeight").toInt(), 54);
+    QQuickItem *row = ScreenFixture::findText(card, QStringLiteral("English"));
+    QVERIFY(row);
+    QCOMPARE(row->height(), 54 * 1.1);
+    QVERIFY(rowMarkedCurrent(card));
+    QSignalSpy localeSpy(&QSP::GlobalInfo::instance(), &QSP::GlobalInfo::localeChanged);
+    QVERIFY(localeSpy.isValid());
+    HMI::PanelSimulator::clearCallLog();
+    QVERIFY(f.clickButton(row));
+    QObject *model = card->property("languageModel").value<QObject *>();
+    QVERIFY(QMetaObject::invokeMethod(model, "setCurrentLanguage", Q_ARG(int, 1)));
+    QVERIFY(QMetaObject::invokeMethod(model, "setCurrentLanguage", Q_ARG(int, -1)));
+    QCOMPARE(localeSpy.count(), 0);
+
+    // Another program switches the panel to Chinese.
+    QVERIFY(HMI::PanelSimulator::loadStateJson(R"({"language": 0})"));
+    if (reopen) {
+        f.close();
+        f.open();
+    } else {
+        QVERIFY(f.showPage(Root::MI_Version));
+    }
+    QCOMPARE(localeSpy.count(), 1);
+    QStringList texts = pageTexts(Root::MI_Version, Root::Card_Version);
+    for (const QString &text :
+         QStringLiteral("版本信息 设置 通用设置 网络设置 语言设置 重启设备 云信息 序列号").split(u' '))
+        QVERIFY2(texts.contains(text), qPrintable(text));
+    QCOMPARE(texts.first(), QStringLiteral("版本信息"));
+    QCOMPARE(pageTexts(Root::MI_Network, Root::Card_Network).value(0), QStringLiteral("网络设置"));
+    texts = pageTexts(Root::MI_Language, Root::Card_Language);
+    QCOMPARE(texts.first(), QStringLiteral("语言设置"));
+    QVERIFY(texts.contains(QStringLiteral("English"))); // a language's own name is never translated
+    QVERIFY(!rowMarkedCurrent(card));
+    QCOMPARE(ScreenFixture::calls("setLanguage"), 0);
+
+    // Back to English in one click: the whole screen at once, and the system told.
+    QVERIFY(f.clickButton(ScreenFixture::findText(card, QStringLiteral("English"))));
+    QCOMPARE(ScreenFixture::calls("setLanguage"), 1);
+    QCOMPARE(ScreenFixture::calls("setLanguage 1"), 1);
+    texts = ScreenFixture::visibleTexts(f.root());
+    for (const QString &text : QStringLiteral("Language Settings General Network Version Reboot").split(u' '))
+        QVERIFY2(texts.contains(text), qPrintable(text));
+    QVERIFY(rowMarkedCurrent(card));
+    texts = pageTexts(Root::MI_Version, Root::Card_Version);
+    QVERIFY(texts.contains(QStringLiteral("Cloud Info")) && texts.contains(QStringLiteral("Serial Number")));
+    QVERIFY(!texts.contains(QStringLiteral("版本信息")));
+}
+
+QTEST_MAIN(TestLanguageVersion)
+#include "tst_languageversion.moc"
