@@ -152,6 +152,10 @@ int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &fold
         press(button);
         shoot(QString::fromLatin1(page).toLower());
         if (std::strcmp(page, "Network") == 0) {
+            // The Wi-Fi summary row, the way into the Wi-Fi page, belongs to the Wi-Fi adapter.
+            if (QQuickItem *adapter = ScreenDriver::findByName(root, QStringLiteral("nicButton4"));
+                adapter && adapter->isVisible())
+                press(adapter);
             if (QQuickItem *wifi = ScreenDriver::findByName(root, QStringLiteral("wifiSettingsButton"));
                 wifi && wifi->isVisible()) {
                 press(wifi);

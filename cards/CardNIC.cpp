@@ -1,0 +1,212 @@
+#include "CardNIC.h"
+
+#include "AppRootItem.h"
+#include "BeepButton.h"
+#include "CardNetwork.h"
+#include "ComboBox.h"
+#include "Dialog.h"
+#include "GlobalInfo.h"
+#include "MeyerSingleton.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+#include <QTimer>
+#include <QtQuick/private/qquickanchors_p.h>
+#include <QtQuick/private/qquickitem_p.h>
+#include <QtQuick/private/qquicktext_p.h>
+
+namespace {
+
+const bool s_registered = QSP::AppRootItem::setCardTypeRegistrar(
+    QSP::AppRootItem::Card_NIC, [] { qmlRegisterType<QSP::CardNIC>("QQuickSystemSet", 1, 0, "CardNIC"); });
+
+} // namespace
+
+namespace QSP {
+
+namespace {
+
+using Panel = MeyerSingleton<HMI::SystemSet>;
+
+constexpr int ResultShownMs = 3000;
+const QColor ResultColor(0x32, 0x69, 0xCE);
+
+/// The adapters that may be the default one, in the order offered.
+const struct
+{
+    const char *key;
+    HMI::SystemSet::NIC nic;
+} Adapters[] = {
+    {QT_TRANSLATE_NOOP("CardNIC", "LAN0"), HMI::SystemSet::NIC_LAN0},
+    {QT_TRANSLATE_NOOP("CardNIC", "LAN1"), HMI::SystemSet::NIC_LAN1},
+    {QT_TRANSLATE_NOOP("CardNIC", "Wi-Fi"), HMI::SystemSet::NIC_WIFI},
+    {QT_TRANSLATE_NOOP("CardNIC", "4G"), HMI::SystemSet::NIC_4G},
+};
+
+QString translated(const char *source)
+{
+    return QCoreApplication::translate("CardNIC", source);
+}
+
+template<typename T>
+T *part(const QObject *object, const char *name)
+{
+    return qobject_cast<T *>(object->property(name).value<QObject *>());
+}
+
+void bindText(QQuickText *text, const char *source)
+{
+    if (text)
+        setMultilingualText(text, [source] { return translated(source); });
+}
+
+} // namespace
+
+CardNIC::CardNIC(QQuickItem *parent)
+    : BaseCard(parent)
+{
+    const GlobalInfo &info = GlobalInfo::instance();
+    const int screenWidth = info.screenSize().width();
+    if (info.isScreenPortrait())
+        m_titleRowHeight = screenWidth < 600 ? 41 : 52;
+    else
+        m_titleRowHeight = int(screenWidth * 0.051041666666666666);
+}
+
+void CardNIC::componentComplete()
+{
+    BaseCard::componentComplete();
+    m_titleText = part<QQuickText>(this, "titleText");
+    m_networkText = part<QQuickText>(this, "networkText");
+    m_pingTestText = part<QQuickText>(this, "pingTestText");
+    m_testButtonText = part<QQuickText>(this, "testButtonText");
+    m_comboBox = part<ComboBox>(this, "combobox");
+    m_testButton = part<BeepButton>(this, "testBeepButton");
+
+    bindText(m_titleText, QT_TRANSLATE_NOOP("CardNIC", "Default Adapter"));
+    bindText(m_networkText, QT_TRANSLATE_NOOP("CardNIC", "Ethernet"));
+    bindText(m_pingTestText, QT_TRANSLATE_NOOP("CardNIC", "Ping Test"));
+    bindText(m_testButtonText, QT_TRANSLATE_NOOP("CardNIC", "Test"));
+    if (m_comboBox) {
+        m_comboBox->setModel(createModel());
+        initComboxCurrentIndex();
+    }
+
+    // The result is emitted on the system's thread; it is shown on this one.
+    connect(this, &CardNIC::pingTestResult, this, &CardNIC::onPingTestResult, Qt::QueuedConnection);
+    if (m_testButton)
+        connect(m_testButton, &QQuickAbstractButton::clicked, this, &CardNIC::startPingTest);
+    if (m_comboBox) {
+        connect(&GlobalInfo::instance(), &GlobalInfo::localeChanged, m_comboBox,
+                [this] { m_comboBox->setModel(createModel()); });
+        connect(m_comboBox, &ComboBox::currentIndexChanged, this, &CardNIC::onCurrentIndexChanged);
+    }
+    if (AppRootItem *root = AppRootItem::instance()) {
+        connect(root, &AppRootItem::opened, this, &CardNIC::initComboxCurrentIndex);
+        if (auto *network = qobject_cast<CardNetwork *>(root->getCardItem(AppRootItem::Card_Network)))
+            connect(network, &CardNetwork::netDisabledChanged, this, &CardNIC::updateComboBoxModel);
+    }
+}
+
+QVariantList CardNIC::createModel() const
+{
+    const HMI::SystemSet &panel = Panel::instance();
+    const int all = panel.getAllNIC();
+    QVariantList model;
+    for (const auto &adapter : Adapters) {
+        if (!(all & adapter.nic) || !panel.isNicEnabled(adapter.nic))
+            continue;
+        model << QVariantMap{{QStringLiteral("key"), QString::fromLatin1(adapter.key)},
+                             {QStringLiteral("name"), translated(adapter.key)},
+                             {QStringLiteral("nic"), int(adapter.nic)}};
+    }
+    return model;
+}
+
+void CardNIC::initComboxCurrentIndex()
+{
+    if (!m_comboBox)
+        return;
+    const int defaultNic = Panel::instance().getDefaultNIC();
+    const QVariantList model = m_comboBox->model().toList();
+    int current = -1;
+    for (int row = 0; row < model.size(); ++row) {
+        if (model.at(row).toMap().value(QStringLiteral("nic")).toInt() == defaultNic) {
+            current = row;
+            break;
+        }
+    }
+    m_comboBox->setCurrentIndex(current);
+}
+
+void CardNIC::updateComboBoxModel()
+{
+    if (!m_comboBox)
+        return;
+    m_comboBox->setModel(createModel());
+    initComboxCurrentIndex();
+}
+
+void CardNIC::onCurrentIndexChanged()
+{
+    const QVariantList model = m_comboBox->model().toList();
+    const int row = m_comboBox->currentIndex();
+    if (row < 0 || row >= model.size())
+        return;
+    const auto nic = HMI::SystemSet::NIC(model.at(row).toMap().value(QStringLiteral("nic")).toInt());
+    // Following the system's own default (on opening, after the list changed) writes nothing.
+    if (nic != Panel::instance().getDefaultNIC())
+        Panel::instance().setDefaultNIC(nic, false);
+}
+
+void CardNIC::startPingTest()
+{
+    CardNIC *card = this;
+    // The callback runs on the system's thread and only reports; the result is shown on the GUI thread.
+    Panel::instance().pingTest(Panel::instance().getDefaultNIC(),
+                               [card](bool result) { Q_EMIT card->pingTestResult(result); });
+}
+
+void CardNIC::onPingTestResult(bool result)
+{
+    AppRootItem *root = AppRootItem::instance();
+    if (!root)
+        return;
+    const GlobalInfo &info = GlobalInfo::instance();
+    const QSize screen = info.screenSize();
+    const bool portrait = info.isScreenPortrait();
+    const int reference = info.isNativePortrait() ? screen.height() : screen.width();
+    const qreal width = portrait ? 426 : 0.416015625 * reference;
+    const qreal height = portrait ? 243 : width * 0.5704225352112676;
+
+    auto *dialog = new Dialog(root);
+    dialog->setParentItem(root);
+    dialog->setWidth(width);
+    dialog->setHeight(height);
+    dialog->setX((root->width() - width) / 2);
+    dialog->setY((root->height() - height) / 2);
+
+    auto *body = new QQuickItem;
+    dialog->setBodyItem(body);
+    auto *message = new QQuickText(body);
+    QFont font = message->font();
+    font.setPixelSize(portrait ? 22 : int(0.021484375 * reference));
+    message->setFont(font);
+    message->setColor(ResultColor);
+    message->setText(result ? translated(QT_TRANSLATE_NOOP("CardNIC", "Test successful!"))
+                            : translated(QT_TRANSLATE_NOOP("CardNIC", "Test failed!")));
+    QQuickItemPrivate::get(message)->anchors()->setCenterIn(body);
+
+    dialog->setTitle(QCoreApplication::translate("QSP::CardNIC", "Test Result"));
+    dialog->open();
+
+    // Each result goes away by itself; one the user already closed is left alone.
+    QTimer::singleShot(ResultShownMs, dialog, [dialog = QPointer<Dialog>(dialog)] {
+        if (dialog && dialog->isOpened()) {
+            dialog->close();
+            dialog->deleteLater();
+        }
+    });
+}
+
+} // namespace QSP
