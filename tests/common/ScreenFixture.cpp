@@ -4,6 +4,7 @@
 
 #include <QQmlEngine>
 #include <QQuickWindow>
+#include <QtQuick/private/qquickwindow_p.h>
 #include <QtQuickTemplates2/private/qquickabstractbutton_p.h>
 #include <QtTest>
 
@@ -61,6 +62,8 @@ bool ScreenFixture::click(QQuickItem *item)
 {
     if (!item || !item->isVisible() || item->window() != m_window.get())
         return false;
+    // Positioners place new rows at the next polish: do it now, so the tap lands where the row will be.
+    QQuickWindowPrivate::get(m_window.get())->polishItems();
     QTest::mouseClick(m_window.get(), Qt::LeftButton, Qt::NoModifier, centreOf(item));
     return true;
 }

@@ -1,0 +1,919 @@
+#include "CardWifi.h"
+
+#include "AppRootItem.h"
+#include "BaseCard.h"
+#include "BeepButton.h"
+#include "Dialog.h"
+#include "GlobalInfo.h"
+#include "KeyPressFilter.h"
+#include "MeyerSingleton.h"
+#include "VkbManager.h"
+
+#include <QCoreApplication>
+#include <QMetaMethod>
+#include <QQmlContext>
+#include <QQmlEngine>
+#include <QTextCodec>
+#include <QtQuick/private/qquickanchors_p.h>
+#include <QtQuick/private/qquickimage_p.h>
+#include <QtQuick/private/qquickitem_p.h>
+#include <QtQuick/private/qquickpositioners_p.h>
+#include <QtQuick/private/qquickrectangle_p.h>
+#include <QtQuick/private/qquicktext_p.h>
+#include <QtQuick/private/qquicktextinput_p.h>
+
+#include <cstring>
+#include <type_traits>
+
+namespace QSP {
+
+namespace {
+
+using SsidInfo = HMI::SystemSet::SsidInfo;
+
+const bool s_registered = AppRootItem::setCardTypeRegistrar(
+    AppRootItem::Card_Wifi, [] { qmlRegisterType<CardWifi>("QQuickSystemSet", 1, 0, "CardWifi"); });
+
+const QColor ACCENT_BLUE(QLatin1String("#3482FF"));
+const QColor FOCUS_BLUE(QLatin1String("#3269CE"));
+const QColor FRAME_BORDER(QLatin1String("#E6E7E9"));
+const QColor NAME_COLOR(QLatin1String("#1D2129"));
+const QColor CHECKED_BOX(QLatin1String("#537BAD"));
+
+// The password dialog is laid out on a 426 x 243 design, scaled to its real size.
+constexpr qreal DESIGN_W = 426;
+constexpr qreal DESIGN_H = 243;
+
+QString translated(const char *source)
+{
+    return QCoreApplication::translate("CardWifi", source);
+}
+
+HMI::SystemSet &panel()
+{
+    return MeyerSingleton<HMI::SystemSet>::instance();
+}
+
+QQuickAnchors *anchorsOf(QQuickItem *item)
+{
+    return QQuickItemPrivate::get(item)->anchors();
+}
+
+template<typename T>
+T *part(const QObject *object, const char *name)
+{
+    return object ? qobject_cast<T *>(object->property(name).value<QObject *>()) : nullptr;
+}
+
+void centreVertically(QQuickItem *item, QQuickItem *in)
+{
+    anchorsOf(item)->setVerticalCenter(QQuickItemPrivate::get(in)->verticalCenter());
+}
+
+void setPixelSize(QQuickText *text, int pixelSize)
+{
+    QFont font = text->font();
+    font.setPixelSize(qMax(1, pixelSize));
+    text->setFont(font);
+}
+
+/// The signal icon for a strength of 0..100.
+QUrl signalIcon(int strength)
+{
+    if (strength >= 80)
+        return QUrl(QStringLiteral("qrc:/setting/icons/4@2x.png"));
+    if (strength >= 60)
+        return QUrl(QStringLiteral("qrc:/setting/icons/3@2x.png"));
+    if (strength >= 40)
+        return QUrl(QStringLiteral("qrc:/setting/icons/2@2x.png"));
+    return QUrl(QStringLiteral("qrc:/setting/icons/1@2x.png"));
+}
+
+/// The name bytes up to the first zero, never more than 32.
+QByteArray ssidBytes(const HMI::SSID &ssid)
+{
+    return QByteArray(ssid.data(), int(qstrnlen(ssid.data(), 32)));
+}
+
+HMI::SSID terminated(HMI::SSID ssid)
+{
+    ssid[32] = 0;
+    return ssid;
+}
+
+QQuickItem *networkCard()
+{
+    AppRootItem *root = AppRootItem::instance();
+    return root ? root->getCardItem(AppRootItem::Card_Network) : nullptr;
+}
+
+/// Calls the network card's one-argument method @p name with @p value; nothing when the card or the
+/// method is missing. The argument is handed over under the type name the card declares (a bool, or an
+/// adapter as a NIC or an int).
+template<typename T>
+void callNetworkCard(const char *name, T value)
+{
+    QQuickItem *card = networkCard();
+    if (!card)
+        return;
+    const QMetaObject *meta = card->metaObject();
+    for (int i = 0; i < meta->methodCount(); ++i) {
+        const QMetaMethod method = meta->method(i);
+        if (method.methodType() == QMetaMethod::Signal || method.name() != name ||
+            method.parameterCount() != 1)
+            continue;
+        const QByteArray type = method.parameterTypes().constFirst();
+        const bool fits = method.parameterType(0) == qMetaTypeId<T>() ||
+                          (std::is_same<T, int>::value && type.endsWith("NIC")); // an int-based enum
+        if (!fits)
+            continue;
+        method.invoke(card, Qt::DirectConnection, QGenericArgument(type.constData(), &value));
+        return;
+    }
+}
+
+} // namespace
+
+CardWifi::CardWifi(QQuickItem *parent)
+    : QQuickControl(parent)
+{
+    Q_UNUSED(s_registered)
+    qRegisterMetaType<HMI::SSID>();
+    connect(this, &CardWifi::wifiReset, this, &CardWifi::onWifiReset);
+
+    const GlobalInfo &info = GlobalInfo::instance();
+    const QSize screen = info.screenSize();
+    if (!info.isScreenPortrait() && screen.width() > 0)
+        m_base = quint16(int(screen.width() * 0.046875));
+    m_fontSize = m_base * 5 / 12;
+    AppRootItem *root = AppRootItem::instance();
+    m_titleHeight = root ? root->titleHeight() : 0;
+    addReturnButton();
+
+    // The card base comes with a height of its own, which a control's background keeps: follow the card.
+    auto *background = new BaseCard(this);
+    setBackground(background);
+    connect(this, &QQuickItem::heightChanged, background,
+            [this, background] { background->setHeight(height() - topInset() - bottomInset()); });
+    m_minHeight = quint16(qMax(0, screen.height() - 20 - m_titleHeight));
+    setHeight(m_minHeight);
+
+    // The network card reports every change of the connection it sees.
+    if (QQuickItem *network = networkCard()) {
+        const QMetaObject *meta = network->metaObject();
+        const QMetaMethod update = metaObject()->method(metaObject()->indexOfMethod("updateCurrentWifi()"));
+        for (int i = 0; i < meta->methodCount(); ++i) {
+            const QMetaMethod method = meta->method(i);
+            if (method.methodType() == QMetaMethod::Signal && method.name() == "wifiStatusChanged") {
+                connect(network, method, this, update);
+                break;
+            }
+        }
+    }
+}
+
+CardWifi::~CardWifi() = default;
+
+void CardWifi::setTitleHeight(int height)
+{
+    if (height == m_titleHeight)
+        return;
+    m_titleHeight = height;
+    Q_EMIT titleHeightChanged();
+}
+
+void CardWifi::setFontSize(int size)
+{
+    if (size == m_fontSize)
+        return;
+    m_fontSize = size;
+    Q_EMIT fontSizeChanged();
+}
+
+void CardWifi::setState(CardState state)
+{
+    if (state == m_cardState)
+        return;
+    m_cardState = state;
+    Q_EMIT cardStateChanged();
+}
+
+QQuickItem *CardWifi::returnButton() const
+{
+    return m_returnButton;
+}
+
+void CardWifi::addReturnButton()
+{
+    const GlobalInfo &info = GlobalInfo::instance();
+    AppRootItem *root = AppRootItem::instance();
+    auto *button = new BeepButton(root);
+    if (!root)
+        button->setParent(this);
+    button->setObjectName(QStringLiteral("wifiReturnButton"));
+    button->setVisible(false);
+    button->setSize(QSizeF(m_base, m_base));
+    button->setY((m_titleHeight - m_base) / 2.0);
+    if (info.isMenuFill()) {
+        button->setX(40);
+    } else {
+        const QQuickItem *menu = root ? root->property("menuBar").value<QQuickItem *>() : nullptr;
+        button->setX((menu ? menu->width() : 0) + 20);
+    }
+    connect(button, &QQuickAbstractButton::pressed, button, [button] { button->setOpacity(0.6); });
+    connect(button, &QQuickAbstractButton::released, button, [button] { button->setOpacity(1.0); });
+    connect(button, &QQuickAbstractButton::canceled, button, [button] { button->setOpacity(1.0); });
+
+    // Where the menu fills the screen the root item's own arrow shows, and this button covers it.
+    if (!info.isMenuFill()) {
+        auto *arrow = new QQuickImage(button);
+        arrow->setSource(QUrl(QStringLiteral("qrc:/setting/icons/leftArrow0@2x.png")));
+        arrow->setSourceSize(QSize(40, 40));
+        arrow->setSize(QSizeF(m_base * 2.0 / 3, m_base * 2.0 / 3));
+        anchorsOf(arrow)->setCenterIn(button);
+    }
+    m_returnButton = button;
+}
+
+void CardWifi::componentComplete()
+{
+    QQuickControl::componentComplete();
+
+    m_column = part<QQuickBasePositioner>(this, "layout");
+    if (m_column) {
+        m_column->setY(12);
+        QQuickAnchors *anchors = anchorsOf(m_column);
+        anchors->setLeft(QQuickItemPrivate::get(this)->left());
+        anchors->setRight(QQuickItemPrivate::get(this)->right());
+        anchors->setLeftMargin(24);
+        anchors->setRightMargin(24);
+        connect(m_column, &QQuickItem::heightChanged, this, &CardWifi::onColumnHeightChanged);
+    }
+
+    m_current = part<QQuickItem>(this, "current");
+    m_connectedWlanText = part<QQuickText>(this, "connectedWlanText");
+    setMultilingualText(m_connectedWlanText, [] { return translated("Connected Wi-Fi"); });
+    if (m_connectedWlanText && m_connectedWlanText->parentItem())
+        addResetButton(m_connectedWlanText->parentItem());
+
+    m_nearbyWlanText = part<QQuickText>(this, "nearbyWlanText");
+    setMultilingualText(m_nearbyWlanText, [] { return translated("Nearby Wi-Fi"); });
+    m_scanButton = part<BeepButton>(this, "scanButton");
+    m_scanButtonImage = part<QQuickItem>(this, "scanButtonImage");
+    if (m_scanButton) {
+        connect(m_scanButton, &QQuickAbstractButton::pressedChanged, this, &CardWifi::updateButtonsForState);
+        connect(m_scanButton, &QQuickAbstractButton::clicked, this, &CardWifi::onClickScanWifi);
+    }
+
+    m_spinner = part<QQuickImage>(this, "scaning");
+    if (m_spinner)
+        m_spinner->setVisible(false);
+    m_nearWlanTxt = part<QQuickItem>(this, "nearWlanTxt");
+
+    connect(this, &CardWifi::cardStateChanged, this, &CardWifi::updateButtonsForState);
+    updateButtonsForState();
+
+    if (m_returnButton)
+        m_returnButton->setVisible(isVisible());
+
+    scanWifi();
+}
+
+void CardWifi::itemChange(ItemChange change, const ItemChangeData &value)
+{
+    QQuickControl::itemChange(change, value);
+    if (change == ItemVisibleHasChanged && m_returnButton)
+        m_returnButton->setVisible(isVisible());
+}
+
+void CardWifi::addResetButton(QQuickItem *row)
+{
+    auto *button = new BeepButton(row);
+    const qreal height = qRound(rowHeight() * 0.75);
+    button->setHeight(height);
+    button->setWidth(qRound(height * 20 / 9));
+    anchorsOf(button)->setRight(QQuickItemPrivate::get(row)->right());
+    centreVertically(button, row);
+
+    auto *background = new QQuickRectangle(button);
+    anchorsOf(background)->setFill(button);
+    background->setColor(ACCENT_BLUE);
+    background->setRadius(5);
+
+    auto *text = new QQuickText(background);
+    text->setColor(Qt::white);
+    setPixelSize(text, m_fontSize);
+    anchorsOf(text)->setCenterIn(background);
+    setMultilingualText(text, [] { return translated("Reset"); });
+
+    connect(button, &QQuickAbstractButton::pressedChanged, this, &CardWifi::updateButtonsForState);
+    connect(button, &QQuickAbstractButton::clicked, this, &CardWifi::wifiReset);
+    m_resetButton = button;
+}
+
+void CardWifi::updateButtonsForState()
+{
+    const bool scanning = m_cardState == Scanning;
+    if (m_resetButton) {
+        m_resetButton->setEnabled(!scanning);
+        m_resetButton->setOpacity(scanning ? 0.4 : m_resetButton->isPressed() ? 0.6 : 1.0);
+    }
+    if (m_scanButton)
+        m_scanButton->setEnabled(!scanning);
+    if (m_scanButtonImage) {
+        const bool pressed = m_scanButton && m_scanButton->isPressed();
+        m_scanButtonImage->setOpacity(scanning ? 0.4 : pressed ? 0.6 : 1.0);
+    }
+
+    if (!m_spinner)
+        return;
+    if (scanning && m_nearWlanTxt) {
+        m_spinner->setParentItem(m_nearWlanTxt);
+        m_spinner->setVisible(true);
+    } else if (m_cardState == Connecting && m_dialogMessage) {
+        m_spinner->setParentItem(m_dialogMessage);
+        m_spinner->setVisible(true);
+    } else {
+        m_spinner->setVisible(false);
+    }
+}
+
+void CardWifi::onColumnHeightChanged()
+{
+    if (!m_column)
+        return;
+    setHeight(qMax(int(m_column->height() + topInset() + 7), int(m_minHeight)));
+}
+
+void CardWifi::onClickScanWifi()
+{
+    if (m_cardState == Scanning)
+        return;
+    scanWifi();
+}
+
+void CardWifi::scanWifi()
+{
+    // The spinner shows while a scan, a reset or a connection attempt is under way.
+    if (m_cardState == Scanning || m_cardState == Connecting)
+        return;
+    setState(Scanning);
+    CardWifi *card = this;
+    panel().scanWifi([card](std::unique_ptr<std::vector<SsidInfo>> list) {
+        QMetaObject::invokeMethod(
+            card, [card, list = std::move(list)]() mutable { card->onScanResult(std::move(list)); },
+            Qt::QueuedConnection);
+    });
+}
+
+void CardWifi::onScanResult(std::unique_ptr<std::vector<SsidInfo>> list)
+{
+    clearWifiList();
+    setState(Idle);
+    if (!list)
+        return;
+    for (SsidInfo &record : *list) {
+        record.ssid[32] = 0;
+        WIFI_INFO entry;
+        entry.item = addItem(record, m_wifiList.size());
+        entry.ssid = record.ssid;
+        entry.password = QString::fromUtf8(record.password.data(), int(record.password.size()));
+        entry.needPassword = record.encrypted;
+        entry.strength = record.signal;
+        m_wifiList.append(entry);
+    }
+    if (isConnected() && !m_wifiList.isEmpty())
+        updateCurrentWifi();
+}
+
+void CardWifi::clearWifiList()
+{
+    for (const WIFI_INFO &entry : qAsConst(m_wifiList)) {
+        if (!entry.item)
+            continue;
+        entry.item->setParent(nullptr);
+        entry.item->setParentItem(nullptr);
+        entry.item->deleteLater();
+    }
+    m_wifiList.clear();
+}
+
+QQuickItem *CardWifi::addItem(const SsidInfo &record, int index)
+{
+    auto *row = new QQuickItem(m_column ? static_cast<QQuickItem *>(m_column) : this);
+    if (m_column) {
+        row->setWidth(m_column->width());
+        connect(m_column, &QQuickItem::widthChanged, row,
+                [row, column = m_column] { row->setWidth(column->width()); });
+    }
+    row->setHeight(rowHeight());
+
+    const qreal side = m_base * 0.5;
+    auto *icon = new QQuickImage(row);
+    icon->setSize(QSizeF(side, side));
+    icon->setSourceSize(QSize(40, 40));
+    icon->setSource(signalIcon(record.signal));
+    centreVertically(icon, row);
+
+    auto *name = new QQuickText(row);
+    setPixelSize(name, m_fontSize);
+    name->setColor(NAME_COLOR);
+    name->setX(rowHeight() * 16 / 13);
+    name->setElideMode(QQuickText::ElideRight);
+    name->setText(getSsidFromScan(record.ssid));
+    centreVertically(name, row);
+    const auto fitName = [row, name] { name->setWidth(qMax(0.0, row->width() - name->x())); };
+    fitName();
+    connect(row, &QQuickItem::widthChanged, name, fitName);
+
+    auto *button = new BeepButton(row);
+    anchorsOf(button)->setFill(row);
+    connect(button, &QQuickAbstractButton::clicked, this, [this, index] { onClickWifiItem(index); });
+    return row;
+}
+
+void CardWifi::addCurItem()
+{
+    if (m_curNameText || !m_current)
+        return;
+    const qreal side = m_base * 0.5;
+
+    m_curSignalIcon = new QQuickImage(m_current);
+    m_curSignalIcon->setSize(QSizeF(side, side));
+    m_curSignalIcon->setSourceSize(QSize(40, 40));
+    centreVertically(m_curSignalIcon, m_current);
+
+    m_curNameText = new QQuickText(m_current);
+    setPixelSize(m_curNameText, m_fontSize);
+    m_curNameText->setColor(FOCUS_BLUE);
+    m_curNameText->setX(m_current->height() * 16 / 13);
+    m_curNameText->setElideMode(QQuickText::ElideRight);
+    centreVertically(m_curNameText, m_current);
+
+    m_curTick = new QQuickImage(m_current);
+    m_curTick->setSize(QSizeF(side, side));
+    m_curTick->setSourceSize(QSize(24, 24));
+    m_curTick->setSource(QUrl(QStringLiteral("qrc:/setting/icons/newtickgreen.png")));
+    centreVertically(m_curTick, m_current);
+    anchorsOf(m_curTick)->setRight(QQuickItemPrivate::get(m_current)->right());
+
+    const auto fitName = [this] {
+        m_curNameText->setWidth(qMax(0.0, m_current->width() - m_curNameText->x() - m_curTick->width()));
+    };
+    fitName();
+    connect(m_current, &QQuickItem::widthChanged, m_curNameText, fitName);
+
+    // Icon and tick go with the name: no name, no connected row.
+    connect(m_curNameText, &QQuickItem::visibleChanged, this, [this] {
+        const bool shown = QQuickItemPrivate::get(m_curNameText)->explicitVisible;
+        m_curSignalIcon->setVisible(shown);
+        m_curTick->setVisible(shown);
+    });
+}
+
+void CardWifi::updateCurrentWifi()
+{
+    addCurItem();
+    const bool connected = panel().isWifiConnected();
+    const HMI::SSID ssid = terminated(panel().currentWifiSsid());
+    const bool named = ssid[0] != 0;
+    if (connected && !named && m_cardState == Scanning)
+        return;
+
+    if (connected && named) {
+        for (const WIFI_INFO &entry : qAsConst(m_wifiList)) {
+            if (entry.item)
+                entry.item->setVisible(std::strcmp(entry.ssid.data(), ssid.data()) != 0);
+        }
+        if (m_curNameText) {
+            m_curNameText->setText(getSsidFromCurWifi(ssid));
+            m_curNameText->setVisible(true);
+        }
+        updateSignalStrength();
+        return;
+    }
+
+    // No connection any more: every nearby network can be chosen again.
+    for (const WIFI_INFO &entry : qAsConst(m_wifiList)) {
+        if (entry.item)
+            entry.item->setVisible(true);
+    }
+    if (m_curNameText) {
+        m_curNameText->setVisible(false);
+        m_curNameText->setText(QString());
+    }
+}
+
+void CardWifi::updateSignalStrength()
+{
+    if (!m_curSignalIcon)
+        return;
+    const int strength = panel().currentWifiSignalStrength();
+    if (strength < 1)
+        return;
+    m_curSignalIcon->setSource(signalIcon(strength));
+}
+
+bool CardWifi::isConnected()
+{
+    return panel().isWifiConnected();
+}
+
+QString CardWifi::getSsid()
+{
+    return isConnected() ? getSsidFromCurWifi(panel().currentWifiSsid()) : QString();
+}
+
+QString CardWifi::getSsidFromScan(const HMI::SSID &ssid)
+{
+    const QByteArray bytes = ssidBytes(ssid);
+    QTextCodec *utf8 = QTextCodec::codecForName("UTF-8");
+    if (!utf8)
+        return QString::fromUtf8(bytes);
+    QTextCodec::ConverterState state;
+    const QString text = utf8->toUnicode(bytes.constData(), bytes.size(), &state);
+    if (state.invalidChars > 0) {
+        if (QTextCodec *gb2312 = QTextCodec::codecForName("GB2312"))
+            return gb2312->toUnicode(bytes);
+    }
+    return text;
+}
+
+QString CardWifi::getSsidFromCurWifi(const HMI::SSID &ssid)
+{
+    return QString::fromUtf8(ssidBytes(ssid));
+}
+
+CardWifi::WIFI_INFO *CardWifi::findWifiBySsid(const HMI::SSID &ssid)
+{
+    for (WIFI_INFO &entry : m_wifiList) {
+        if (entry.ssid == ssid)
+            return &entry;
+    }
+    return nullptr;
+}
+
+CardWifi::WIFI_INFO *CardWifi::findWifiByCurrentSsid()
+{
+    return findWifiBySsid(panel().currentWifiSsid());
+}
+
+void CardWifi::onWifiReset()
+{
+    if (m_curNameText) {
+        m_curNameText->setText(QString());
+        m_curNameText->setVisible(false);
+    }
+    clearWifiList();
+    m_selectedStrength = 0;
+    // A reset asked for during a scan only clears: the scan's result fills the list again.
+    if (m_cardState == Scanning)
+        return;
+    setState(Scanning);
+    CardWifi *card = this;
+    panel().resetWifi([card](std::unique_ptr<std::vector<SsidInfo>> list) {
+        QMetaObject::invokeMethod(
+            card, [card, list = std::move(list)]() mutable { card->onScanResult(std::move(list)); },
+            Qt::QueuedConnection);
+    });
+}
+
+// ---- Connecting and the password dialog ----
+
+void CardWifi::onClickWifiItem(int index)
+{
+    if (index < 0 || index >= m_wifiList.size())
+        return;
+    const WIFI_INFO entry = m_wifiList.at(index);
+    m_selectedSsid = entry.ssid;
+    m_selectedStrength = entry.strength;
+    openPwDialog();
+    // A known password, or none needed: connect at once; otherwise the user types it first.
+    if (entry.needPassword && entry.password.isEmpty())
+        return;
+    connectWifi(entry.ssid, entry.password);
+}
+
+void CardWifi::openPwDialog()
+{
+    if (!m_dialog)
+        addDialog();
+    if (!m_dialog)
+        return;
+    QQuickItem *body = m_dialog->bodyItem();
+
+    if (m_cardState == Connecting) {
+        m_dialog->setTitle(getSsidFromCurWifi(panel().currentWifiSsid()));
+        if (body)
+            body->setVisible(false);
+        placeDialogMessage();
+        m_dialog->open();
+        return;
+    }
+
+    const WIFI_INFO *entry = findWifiBySsid(m_selectedSsid);
+    if (!entry)
+        return;
+    m_dialog->setTitle(getSsidFromScan(entry->ssid));
+    if (body)
+        body->setVisible(true);
+    placeDialogMessage();
+    setDialogMessage(QT_TRANSLATE_NOOP("CardWifi", "Enter password"), Qt::black);
+    m_dialog->open();
+}
+
+QFont CardWifi::dialogFont() const
+{
+    QFont font;
+    font.setPixelSize(qMax(1, int(m_fontSize * 0.8)));
+    return font;
+}
+
+void CardWifi::setDialogMessage(const char *source, const QColor &color)
+{
+    if (!m_dialogMessage)
+        return;
+    m_dialogMessageSource = source;
+    m_dialogMessage->setColor(color);
+    m_dialogMessage->setText(translated(source));
+}
+
+void CardWifi::placeDialogMessage()
+{
+    if (!m_dialog || !m_dialogMessage)
+        return;
+    const qreal w = m_dialog->width();
+    const qreal h = m_dialog->height();
+    if (m_cardState != Connecting) {
+        m_dialogMessage->setParentItem(m_dialog->bodyItem());
+        m_dialogMessage->setPosition(QPointF(w * 79 / DESIGN_W, h * 28 / DESIGN_H));
+        return;
+    }
+    // "Connecting" and the spinner beside it, centred in the whole dialog while the body is hidden.
+    setDialogMessage(QT_TRANSLATE_NOOP("CardWifi", "Connecting"), FOCUS_BLUE);
+    QQuickItem *content = m_dialog->contentItem();
+    m_dialogMessage->setParentItem(content);
+    const qreal spinnerWidth = m_spinner ? m_spinner->width() : 0;
+    m_dialogMessage->setX((content->width() - m_dialogMessage->width() - spinnerWidth - 12) / 2);
+    m_dialogMessage->setY((content->height() - m_dialogMessage->height()) / 2);
+}
+
+void CardWifi::addDialog()
+{
+    if (m_dialog)
+        return;
+    const GlobalInfo &info = GlobalInfo::instance();
+    auto *dialog = new Dialog(this);
+    if (QQmlEngine *engine = info.qmlEngine())
+        QQmlEngine::setContextForObject(dialog, engine->rootContext());
+    dialog->setEnableCloseButton(true);
+    dialog->setModal(true);
+    dialog->setClosePolicy(QQuickPopup::ClosePolicy());
+
+    qreal w = DESIGN_W;
+    qreal h = DESIGN_H;
+    if (!info.isScreenPortrait()) {
+        const QSize screen = info.screenSize();
+        w = 0.416015625 * (info.isNativePortrait() ? screen.height() : screen.width());
+        h = w * DESIGN_H / DESIGN_W;
+    }
+    dialog->setWidth(w);
+    dialog->setHeight(h);
+    if (AppRootItem *root = AppRootItem::instance()) {
+        dialog->setParentItem(root);
+        dialog->setX((root->width() - w) / 2);
+        dialog->setY((root->height() - h) / 2);
+    }
+
+    auto *body = new QQuickItem(this);
+    dialog->setBodyItem(body);
+    m_dialog = dialog;
+
+    // The message: "Enter password", an outcome in red, or "Connecting" centred beside the spinner.
+    m_dialogMessage = new QQuickText(body);
+    m_dialogMessage->setFont(dialogFont());
+    m_dialogMessage->setPosition(QPointF(w * 79 / DESIGN_W, h * 28 / DESIGN_H));
+    setMultilingualText(m_dialogMessage, [this] {
+        return m_dialogMessageSource ? translated(m_dialogMessageSource) : QString();
+    });
+    connect(this, &CardWifi::cardStateChanged, m_dialogMessage, [this] { placeDialogMessage(); });
+    connect(m_dialogMessage, &QQuickItem::widthChanged, this, [this] {
+        if (m_cardState == Connecting)
+            placeDialogMessage();
+    });
+
+    // Password field.
+    auto *frame = new QQuickRectangle(body);
+    frame->setX(qRound(w / 6));
+    frame->setY(qRound(h * 60 / DESIGN_H));
+    frame->setWidth(qRound(w * 285 / DESIGN_W));
+    const int frameHeight = qRound(h * 34 / DESIGN_H);
+    frame->setHeight(frameHeight);
+    frame->setRadius(qRound(frameHeight * 4.0 / 17));
+    frame->border()->setWidth(1);
+    frame->border()->setColor(FRAME_BORDER);
+
+    m_passwordInput = new QQuickTextInput(frame);
+    QQuickAnchors *inputAnchors = anchorsOf(m_passwordInput);
+    inputAnchors->setFill(frame);
+    inputAnchors->setLeftMargin(frameHeight * 4.0 / 17);
+    inputAnchors->setRightMargin(frameHeight * 4.0 / 17);
+    m_passwordInput->setFont(dialogFont());
+    m_passwordInput->setVAlign(QQuickTextInput::AlignVCenter);
+    m_passwordInput->setHAlign(QQuickTextInput::AlignLeft);
+    m_passwordInput->setEchoMode(QQuickTextInput::Password);
+    m_passwordInput->setClip(true);
+    auto *keyFilter = new KeyPressFilter(m_passwordInput);
+    keyFilter->setParent(m_passwordInput);
+    m_passwordInput->installEventFilter(keyFilter);
+    connect(m_passwordInput, &QQuickItem::activeFocusChanged, this, [](bool focused) {
+        VkbManager &vkb = VkbManager::instance();
+        vkb.showVkb(focused);
+        if (!focused)
+            return;
+        if (vkb.isVisible()) // a layout can only be chosen on a keyboard that is there
+            vkb.setLayoutType(VkbLayout_Full);
+        BeepButton::beepIfOn();
+    });
+
+    // "Show Password": a check box that shows the password in clear.
+    auto *showPassword = new BeepButton(body);
+    showPassword->setAutoCloseVkb(false);
+    showPassword->setFocusPolicy(Qt::NoFocus);
+    showPassword->setClip(true);
+    showPassword->setCheckable(true);
+    const int showX = qRound(w * 79 / DESIGN_W);
+    showPassword->setX(showX);
+    showPassword->setY(qRound(h * 105 / DESIGN_H));
+    showPassword->setWidth(qRound(w - 2 * showX));
+    showPassword->setHeight(qRound(h * 20 / DESIGN_H));
+
+    auto *box = new QQuickRectangle(showPassword);
+    const int boxSide = qRound(showPassword->height());
+    box->setSize(QSizeF(boxSide, boxSide));
+    box->border()->setWidth(2);
+    box->border()->setColor(FRAME_BORDER);
+    auto *tick = new QQuickImage(box);
+    tick->setSource(QUrl(QStringLiteral("qrc:/setting/icons/tickGray.png")));
+    tick->setSourceSize(QSize(24, 24));
+    anchorsOf(tick)->setFill(box);
+    anchorsOf(tick)->setMargins(4);
+    tick->setVisible(false);
+
+    auto *showText = new QQuickText(showPassword);
+    showText->setFont(dialogFont());
+    showText->setX(qRound(box->width() * 1.2));
+    centreVertically(showText, showPassword);
+    setMultilingualText(showText, [] { return translated("Show Password"); });
+
+    connect(showPassword, &QQuickAbstractButton::checkedChanged, this, [this, showPassword, box, tick] {
+        const bool checked = showPassword->isChecked();
+        m_passwordInput->setEchoMode(checked ? QQuickTextInput::Normal : QQuickTextInput::Password);
+        box->border()->setWidth(checked ? 0 : 2);
+        box->border()->setColor(FRAME_BORDER);
+        box->setColor(checked ? CHECKED_BOX : QColor(Qt::white));
+        tick->setVisible(checked);
+    });
+
+    // "Connect".
+    auto *connectButton = new BeepButton(body);
+    connectButton->setAutoCloseVkb(false);
+    connectButton->setFocusPolicy(Qt::NoFocus);
+    connectButton->setY(h * 140 / DESIGN_H);
+    connectButton->setHeight(h * 32 / DESIGN_H);
+    connectButton->setWidth(w * 152 / DESIGN_W);
+    anchorsOf(connectButton)->setHorizontalCenter(QQuickItemPrivate::get(body)->horizontalCenter());
+    auto *connectBackground = new QQuickRectangle(connectButton);
+    connectBackground->setRadius(4);
+    connectBackground->setColor(ACCENT_BLUE);
+    connectButton->setBackground(connectBackground);
+    auto *connectText = new QQuickText(connectButton);
+    connectText->setFont(dialogFont());
+    connectText->setColor(Qt::white);
+    anchorsOf(connectText)->setCenterIn(connectButton);
+    setMultilingualText(connectText, [] { return translated("Connect"); });
+    connect(connectButton, &QQuickAbstractButton::clicked, this, &CardWifi::onClickConFirm);
+
+    connect(&VkbManager::instance(), &VkbManager::visibleChanged, this, &CardWifi::adjustPwDialog);
+    connect(dialog, &QQuickPopup::closed, m_passwordInput,
+            [input = m_passwordInput] { input->setText(QString()); });
+}
+
+void CardWifi::adjustPwDialog()
+{
+    AppRootItem *root = AppRootItem::instance();
+    if (!m_dialog || !root)
+        return;
+    VkbManager &vkb = VkbManager::instance();
+    const qreal rootHeight = root->height();
+    const qreal dialogHeight = m_dialog->height();
+    if (vkb.isVisible()) {
+        const int y = int((rootHeight - vkb.getHeight() - dialogHeight) / 2);
+        m_dialog->setY(y < 0 ? 25 : y);
+    } else {
+        m_dialog->setY(int((rootHeight - dialogHeight) / 2));
+    }
+}
+
+void CardWifi::onClickConFirm()
+{
+    if (m_passwordInput)
+        m_passwordInput->setFocus(false);
+    WIFI_INFO *entry = findWifiBySsid(m_selectedSsid);
+    if (!entry)
+        return;
+    entry->password = m_passwordInput ? m_passwordInput->text() : QString();
+    connectWifi(entry->ssid, entry->password);
+}
+
+void CardWifi::connectWifi(HMI::SSID wifiname, QString password)
+{
+    const QByteArray utf8 = password.toUtf8();
+    setState(Connecting);
+    if (m_dialog && m_dialog->bodyItem())
+        m_dialog->bodyItem()->setVisible(false);
+    callNetworkCard("setWifiConnecting", true);
+    CardWifi *card = this;
+    panel().connectWifi(terminated(wifiname), std::string(utf8.constData(), size_t(utf8.size())),
+                        [card](HMI::SystemSet::StateWifi result) {
+                            QMetaObject::invokeMethod(
+                                card, [card, result] { card->onConnectResult(result); },
+                                Qt::QueuedConnection);
+                        });
+}
+
+void CardWifi::onConnectResult(HMI::SystemSet::StateWifi result)
+{
+    QQuickItem *body = m_dialog ? m_dialog->bodyItem() : nullptr;
+    // A failed attempt brings the password field back with the password still in it.
+    const auto failed = [this, body](const char *message) {
+        setState(Idle);
+        if (body)
+            body->setVisible(true);
+        setDialogMessage(message, Qt::red);
+    };
+
+    switch (result) {
+    case HMI::SystemSet::WIFI_OFFLINE:
+        failed(QT_TRANSLATE_NOOP("CardWifi", "Wi-Fi Offline"));
+        m_selectedStrength = 0;
+        scanWifi();
+        callNetworkCard("setWifiConnecting", false);
+        break;
+    case HMI::SystemSet::WIFI_CONNECTING:
+        setState(Connecting);
+        break;
+    case HMI::SystemSet::WIFI_CONNECTED:
+        setState(Online);
+        if (const WIFI_INFO *entry = findWifiByCurrentSsid())
+            m_selectedStrength = entry->strength;
+        update_afterOnLine();
+        callNetworkCard("setWifiConnecting", false);
+        break;
+    case HMI::SystemSet::WIFI_TIMEOUT:
+        failed(QT_TRANSLATE_NOOP("CardWifi", "Time out"));
+        callNetworkCard("setWifiConnecting", false);
+        break;
+    case HMI::SystemSet::WIFI_WRONG_PASSWORD:
+        failed(QT_TRANSLATE_NOOP("CardWifi", "Wrong password"));
+        callNetworkCard("setWifiConnecting", false);
+        break;
+    default: // reports this card does not know leave everything as it is
+        break;
+    }
+}
+
+void CardWifi::update_afterOnLine()
+{
+    if (panel().getIp(HMI::SystemSet::NIC_WIFI) != 0)
+        closeDialog_and_updateCurWifiInfo();
+    else
+        setDhcpAndUpdateCurWifi();
+}
+
+void CardWifi::setDhcpAndUpdateCurWifi()
+{
+    // Whatever DHCP reports, the connection stands: the dialog closes and the rows refresh.
+    CardWifi *card = this;
+    panel().setDHCP(
+        HMI::SystemSet::NIC_WIFI, true,
+        [card](HMI::SystemSet::DHCP_STATE) {
+            QMetaObject::invokeMethod(
+                card, [card] { card->closeDialog_and_updateCurWifiInfo(); }, Qt::QueuedConnection);
+        },
+        true);
+}
+
+void CardWifi::closeDialog_and_updateCurWifiInfo()
+{
+    if (m_dialog)
+        m_dialog->close();
+    Q_EMIT connectedChanged(true);
+    updateCurrentWifi();
+    if (isConnected() && networkCard()) {
+        callNetworkCard("updateSwitchDisplay_static", int(HMI::SystemSet::NIC_WIFI));
+        callNetworkCard("updateNetInfoDisplay", int(HMI::SystemSet::NIC_WIFI));
+    }
+}
+
+} // namespace QSP
