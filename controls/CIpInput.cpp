@@ -1,11 +1,10 @@
 #include "CIpInput.h"
 
 #include "BeepButton.h"
+#include "ComponentCache.h"
 #include "VkbManager.h"
 
 #include <QColor>
-#include <QPointer>
-#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QStringList>
@@ -18,45 +17,6 @@ namespace {
 
 const QColor EnabledTextColor(0x00, 0x00, 0x00);
 const QColor DisabledTextColor(0xB4, 0xB4, 0xB4);
-
-/// IpInput.qml compiled once for the engine that asked for it; it belongs to that engine (the host's, which
-/// lives as long as the process).
-struct SharedComponent
-{
-    QPointer<QQmlEngine> engine;
-    QPointer<QQmlComponent> component;
-    bool errorReported = false;
-
-    /// The document's failures are written to the log once, not for every control that is asked for.
-    void report(const QString &message)
-    {
-        if (errorReported)
-            return;
-        errorReported = true;
-        qWarning().noquote() << message;
-    }
-};
-
-const QUrl &documentUrl()
-{
-    static const QUrl url(QStringLiteral("qrc:/setting/flatui/IpInput.qml"));
-    return url;
-}
-
-SharedComponent &sharedComponent(QQmlEngine *engine)
-{
-    static SharedComponent shared;
-    if (!shared.component || shared.engine != engine) {
-        CIpInput::registerType();
-        delete shared.component;
-        shared = SharedComponent{};
-        shared.engine = engine;
-        shared.component = new QQmlComponent(engine, documentUrl(), engine);
-    }
-    if (!shared.component->isReady())
-        shared.report(shared.component->errorString());
-    return shared;
-}
 
 /// One number of a dotted address: 1 to 3 decimal digits (leading zeros are decimal, not octal).
 bool parseOctet(const QString &part, quint32 *value)
@@ -113,29 +73,10 @@ CIpInput *CIpInput::create(QQmlEngine *engine, QQuickItem *parent)
         qWarning("QSP::CIpInput: no QML engine to create the address input in");
         return nullptr;
     }
-    SharedComponent &shared = sharedComponent(engine);
-    QQmlComponent *component = shared.component;
-    if (!component->isReady())
-        return nullptr;
-
-    QObject *object = component->beginCreate(engine->rootContext());
-    auto *input = qobject_cast<CIpInput *>(object);
-    if (!input) {
-        // Not what IpInput.qml should make: finish and drop it rather than hand out a half-made item.
-        if (object) {
-            component->completeCreate();
-            delete object;
-            shared.report(
-                QStringLiteral("QSP::CIpInput: %1 did not make a CIpInput").arg(documentUrl().toString()));
-        } else {
-            shared.report(component->errorString());
-        }
-        return nullptr;
-    }
-    input->setParent(parent);
-    input->setParentItem(parent);
-    component->completeCreate();
-    return input;
+    // Compiled once for the engine that asks (the host's, which lives as long as the process).
+    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/flatui/IpInput.qml")),
+                                   &CIpInput::registerType);
+    return static_cast<CIpInput *>(document.createItem(engine, parent, staticMetaObject));
 }
 
 void CIpInput::registerType()

@@ -1,11 +1,10 @@
 #include "CMacInput.h"
 
 #include "BeepButton.h"
+#include "ComponentCache.h"
 #include "VkbManager.h"
 
 #include <QColor>
-#include <QPointer>
-#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QStringList>
@@ -14,45 +13,6 @@
 namespace QSP {
 
 namespace {
-
-/// MacInput.qml compiled once for the engine that asked for it; it belongs to that engine (the host's, which
-/// lives as long as the process).
-struct SharedComponent
-{
-    QPointer<QQmlEngine> engine;
-    QPointer<QQmlComponent> component;
-    bool errorReported = false;
-
-    /// The document's failures are written to the log once, not for every control that is asked for.
-    void report(const QString &message)
-    {
-        if (errorReported)
-            return;
-        errorReported = true;
-        qWarning().noquote() << message;
-    }
-};
-
-const QUrl &documentUrl()
-{
-    static const QUrl url(QStringLiteral("qrc:/setting/flatui/MacInput.qml"));
-    return url;
-}
-
-SharedComponent &sharedComponent(QQmlEngine *engine)
-{
-    static SharedComponent shared;
-    if (!shared.component || shared.engine != engine) {
-        CMacInput::registerType();
-        delete shared.component;
-        shared = SharedComponent{};
-        shared.engine = engine;
-        shared.component = new QQmlComponent(engine, documentUrl(), engine);
-    }
-    if (!shared.component->isReady())
-        shared.report(shared.component->errorString());
-    return shared;
-}
 
 /// Whether the window's active focus is in a text field now; that field keeps the keyboard for itself.
 bool textFieldFocused(const QQuickItem *item)
@@ -81,29 +41,10 @@ CMacInput *CMacInput::create(QQmlEngine *engine, QQuickItem *parent)
         qWarning("QSP::CMacInput: no QML engine to create the MAC address input in");
         return nullptr;
     }
-    SharedComponent &shared = sharedComponent(engine);
-    QQmlComponent *component = shared.component;
-    if (!component->isReady())
-        return nullptr;
-
-    QObject *object = component->beginCreate(engine->rootContext());
-    auto *input = qobject_cast<CMacInput *>(object);
-    if (!input) {
-        // Not what MacInput.qml should make: finish and drop it rather than hand out a half-made item.
-        if (object) {
-            component->completeCreate();
-            delete object;
-            shared.report(
-                QStringLiteral("QSP::CMacInput: %1 did not make a CMacInput").arg(documentUrl().toString()));
-        } else {
-            shared.report(component->errorString());
-        }
-        return nullptr;
-    }
-    input->setParent(parent);
-    input->setParentItem(parent);
-    component->completeCreate();
-    return input;
+    // Compiled once for the engine that asks (the host's, which lives as long as the process).
+    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/flatui/MacInput.qml")),
+                                   &CMacInput::registerType);
+    return static_cast<CMacInput *>(document.createItem(engine, parent, staticMetaObject));
 }
 
 void CMacInput::registerType()

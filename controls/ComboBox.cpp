@@ -2,11 +2,10 @@
 
 #include "AppRootItem.h"
 #include "BeepButton.h"
+#include "ComponentCache.h"
 #include "GlobalInfo.h"
 
-#include <QPointer>
 #include <QQmlComponent>
-#include <QQmlContext>
 #include <QQmlEngine>
 #include <QtQuick/private/qquickanchors_p.h>
 #include <QtQuick/private/qquickimage_p.h>
@@ -49,45 +48,21 @@ QString delegateText()
                       QStringLiteral("font.pixelSize: _com.fontPixelSize}}}")});
 }
 
-/// The compiled documents, shared by every combo box. They belong to the engine they were compiled for, so
-/// they live as long as it does (the host's engine: the whole process).
-struct SharedComponents
+/// The compiled texts, shared by every combo box. They belong to the engine they were compiled for, so they
+/// live as long as it does (the host's engine: the whole process).
+ComponentCache &comboBoxComponent()
 {
-    QPointer<QQmlEngine> engine;
-    QPointer<QQmlComponent> comboBox;
-    QPointer<QQmlComponent> delegate;
-    bool errorReported = false;
-
-    void reportError(const QQmlComponent *component)
-    {
-        if (errorReported)
-            return;
-        errorReported = true;
-        qWarning().noquote() << QStringLiteral("QSP::ComboBox:") << component->errorString();
-    }
-};
-
-QQmlComponent *compile(SharedComponents &shared, const QString &text)
-{
-    auto *component = new QQmlComponent(shared.engine, shared.engine);
-    component->setData(text.toUtf8(), QUrl());
-    if (component->isError())
-        shared.reportError(component);
-    return component;
+    static ComponentCache cache(comboBoxText(),
+                                QUrl(QStringLiteral("qrc:/setting/controls/InnerComboBox.qml")),
+                                QStringLiteral("QSP::ComboBox: "));
+    return cache;
 }
 
-SharedComponents &sharedComponents(QQmlEngine *engine)
+ComponentCache &delegateComponent()
 {
-    static SharedComponents shared;
-    if (shared.engine != engine || !shared.comboBox || !shared.delegate) {
-        delete shared.comboBox;
-        delete shared.delegate;
-        shared = SharedComponents{};
-        shared.engine = engine;
-        shared.comboBox = compile(shared, comboBoxText());
-        shared.delegate = compile(shared, delegateText());
-    }
-    return shared;
+    static ComponentCache cache(delegateText(), QUrl(QStringLiteral("qrc:/setting/controls/ComboBoxRow.qml")),
+                                QStringLiteral("QSP::ComboBox: "));
+    return cache;
 }
 
 } // namespace
@@ -119,23 +94,13 @@ void ComboBox::createInnerComboBox()
         return;
     }
 
-    SharedComponents &shared = sharedComponents(engine);
-    if (!shared.comboBox->isReady())
-        return; // reported when it was compiled
-
-    QObject *object = shared.comboBox->beginCreate(engine->rootContext());
-    auto *combo = qobject_cast<QQuickComboBox *>(object);
-    if (!combo) {
-        shared.reportError(shared.comboBox);
-        delete object;
-        return;
-    }
-    combo->setParent(this);
-    combo->setParentItem(this);
-    shared.comboBox->completeCreate();
+    auto *combo = static_cast<QQuickComboBox *>(
+        comboBoxComponent().createItem(engine, this, QQuickComboBox::staticMetaObject));
+    if (!combo)
+        return; // reported once
     m_comboBox = combo;
-    if (shared.delegate->isReady())
-        combo->setDelegate(shared.delegate);
+    if (QQmlComponent *delegate = delegateComponent().component(engine))
+        combo->setDelegate(delegate);
     QQuickItemPrivate::get(combo)->anchors()->setFill(this);
 
     m_fieldBackground = new QQuickRectangle(combo);

@@ -1,30 +1,19 @@
-#include "AppRootItem.h"
-#include "BeepButton.h"
 #include "ComboBox.h"
-#include "GlobalInfo.h"
-#include "PanelSimulator.h"
+#include "ComponentCache.h"
+#include "ControlFixture.h"
 
 #include <QQmlComponent>
-#include <QQmlEngine>
-#include <QQuickWindow>
 #include <QtQuick/private/qquickanchors_p.h>
 #include <QtQuick/private/qquickimage_p.h>
 #include <QtQuick/private/qquickitem_p.h>
-#include <QtQuick/private/qquickrectangle_p.h>
-#include <QtQuick/private/qquicktext_p.h>
-#include <QtQuickTemplates2/private/qquickabstractbutton_p.h>
 #include <QtQuickTemplates2/private/qquickcombobox_p.h>
-#include <QtQuickTemplates2/private/qquickpopup_p.h>
-#include <QtTest>
 
 #include <algorithm>
-#include <memory>
 
 namespace {
 
-const QColor FIELD_BORDER(QLatin1String("#E2E2E2"));
-const QColor OPEN_BORDER(QLatin1String("#6EA2E2"));
-const QColor CURRENT_ROW(QLatin1String("#A8CDF1"));
+const QColor FieldBorder(QLatin1String("#E2E2E2"));
+const QColor OpenBorder(QLatin1String("#6EA2E2"));
 
 QStringList namesOf(int count, const QString &prefix = QStringLiteral("Row"))
 {
@@ -34,74 +23,16 @@ QStringList namesOf(int count, const QString &prefix = QStringLiteral("Row"))
     return names;
 }
 
-int beepCount()
+/// The rows that the open list shows, top to bottom.
+QList<QQuickItem *> rowsOf(QQuickPopup *popup)
 {
-    const auto log = HMI::PanelSimulator::callLog();
-    return int(std::count(log.begin(), log.end(), std::string("beep 1")));
-}
-
-QPoint centreOf(QQuickItem *item)
-{
-    return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
-}
-
-/// Clicks the centre of @p button and expects exactly one clicked() from it.
-void clickButton(QQuickItem *button)
-{
-    QVERIFY(button);
-    QVERIFY(button->window());
-    QSignalSpy clicked(button, SIGNAL(clicked()));
-    QVERIFY(clicked.isValid());
-    QTest::mouseClick(button->window(), Qt::LeftButton, Qt::NoModifier, centreOf(button));
-    QCOMPARE(clicked.count(), 1);
-}
-
-/// One row of an open list: its delegate, background and text.
-struct Row
-{
-    QQuickAbstractButton *delegate = nullptr;
-    QQuickRectangle *background = nullptr;
-    QQuickText *text = nullptr;
-};
-
-template<typename T>
-T *childItemOf(QQuickItem *item)
-{
-    const auto children = item->childItems();
-    for (QQuickItem *child : children) {
-        if (auto *found = qobject_cast<T *>(child))
-            return found;
-    }
-    return nullptr;
-}
-
-void collectDelegates(QQuickItem *item, QList<QQuickAbstractButton *> &found)
-{
-    const auto children = item->childItems();
-    for (QQuickItem *child : children) {
-        if (auto *button = qobject_cast<QQuickAbstractButton *>(child))
-            found << button;
-        else
-            collectDelegates(child, found);
-    }
-}
-
-/// The rows the list shows, top to bottom (the list's rows are items, not QObject children).
-QList<Row> rowsOf(QQuickPopup *popup)
-{
-    QList<QQuickAbstractButton *> delegates;
-    collectDelegates(popup->contentItem(), delegates);
-    QList<Row> rows;
-    for (QQuickAbstractButton *delegate : qAsConst(delegates)) {
-        Row row;
-        row.delegate = delegate;
-        row.background = childItemOf<QQuickRectangle>(delegate);
-        row.text = row.background ? childItemOf<QQuickText>(row.background) : nullptr;
-        if (row.text && delegate->isVisible())
+    auto *view = popup->contentItem()->property("contentItem").value<QQuickItem *>();
+    QList<QQuickItem *> rows;
+    for (QQuickItem *row : view->childItems()) {
+        if (row->isVisible() && row->inherits("QQuickAbstractButton"))
             rows << row;
     }
-    std::sort(rows.begin(), rows.end(),
-              [](const Row &a, const Row &b) { return a.delegate->y() < b.delegate->y(); });
+    std::sort(rows.begin(), rows.end(), [](QQuickItem *a, QQuickItem *b) { return a->y() < b->y(); });
     return rows;
 }
 
@@ -113,319 +44,120 @@ class tst_ComboBox : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void cleanupTestCase();
-    void init();
-    void cleanup();
+    void cleanupTestCase() { QSP::GlobalInfo::instance().setQmlEngine(nullptr); }
+    void init() { QVERIFY(ControlFixture::setBuzzer(true)); }
+    void cleanup() { m_combo.reset(); }
 
-    void construction();
-    void popupZ_data();
-    void popupZ();
-    void sizesFollowHeight_data();
-    void sizesFollowHeight();
-    void stringListModel_data();
-    void stringListModel();
-    void modelReplacementKeepsIndex_data();
-    void modelReplacementKeepsIndex();
-    void currentIndexRelay();
-    void fontPixelSize_data();
-    void fontPixelSize();
+    void layout_data();
+    void layout();
+    void model_data();
+    void model();
     void pickFromList_data();
     void pickFromList();
-    void closesWhenRootHides();
-    void declaredInQml();
+    void rootPopup();
     void withoutEngine();
+    void sharedComponent();
 
 private:
-    /// A shown window holding a combo box of @p names at (20, 20), 200 × 40.
-    QSP::ComboBox *showComboBox(const QStringList &names);
+    /// A combo box of @p names at (20, 20), 200 × 40, in the window.
+    QQuickComboBox *make(const QStringList &names)
+    {
+        m_combo = std::make_unique<QSP::ComboBox>(f.window()->contentItem());
+        m_combo->setPosition(QPointF(20, 20));
+        m_combo->setSize(QSizeF(200, 40));
+        m_combo->setStringListModel(names);
+        return m_combo->findChild<QQuickComboBox *>();
+    }
 
-    std::unique_ptr<QQmlEngine> m_engine;
-    std::unique_ptr<QQuickWindow> m_window;
+    ControlFixture f;
+    std::unique_ptr<QSP::ComboBox> m_combo;
 };
 
 void tst_ComboBox::initTestCase()
 {
-    m_engine = std::make_unique<QQmlEngine>();
-    QSP::GlobalInfo::instance().setQmlEngine(m_engine.get());
+    QSP::GlobalInfo::instance().setQmlEngine(f.engine());
+    QVERIFY(f.showWindow());
 }
 
-void tst_ComboBox::cleanupTestCase()
-{
-    QSP::GlobalInfo::instance().setQmlEngine(nullptr);
-    m_engine.reset();
-}
-
-void tst_ComboBox::init()
-{
-    QSP::BeepButton::setBuzzerOn(true);
-    HMI::PanelSimulator::clearCallLog();
-}
-
-void tst_ComboBox::cleanup()
-{
-    m_window.reset(); // the combo boxes in it go with it
-    QSP::GlobalInfo::instance().setRootPopupZ(20000);
-    QSP::BeepButton::setBuzzerOn(true);
-}
-
-QSP::ComboBox *tst_ComboBox::showComboBox(const QStringList &names)
-{
-    m_window = std::make_unique<QQuickWindow>();
-    m_window->resize(400, 400);
-    auto *combo = new QSP::ComboBox(m_window->contentItem());
-    combo->setPosition(QPointF(20, 20));
-    combo->setSize(QSizeF(200, 40));
-    combo->setStringListModel(names);
-    m_window->show();
-    if (!QTest::qWaitForWindowExposed(m_window.get()))
-        return nullptr;
-    return combo;
-}
-
-void tst_ComboBox::construction()
-{
-    QSP::ComboBox combo;
-    auto *inner = combo.findChild<QQuickComboBox *>();
-    QVERIFY(inner);
-    QCOMPARE(inner->parentItem(), &combo);
-    QCOMPARE(combo.fontPixelSize(), 20);
-    QCOMPARE(inner->property("fontPixelSize").toInt(), 20);
-    QCOMPARE(inner->font().pixelSize(), 20);
-    QCOMPARE(combo.currentIndex(), -1);
-    QVERIFY(inner->delegate());
-
-    // The combo box fills the wrapper, whatever its size.
-    combo.setSize(QSizeF(180, 36));
-    QCOMPARE(inner->position(), QPointF(0, 0));
-    QCOMPARE(inner->size(), QSizeF(180, 36));
-
-    auto *field = qobject_cast<QQuickRectangle *>(inner->background());
-    QVERIFY(field);
-    QCOMPARE(field->color(), QColor(Qt::white));
-    QCOMPARE(field->border()->width(), 1.0);
-    QCOMPARE(field->border()->color(), FIELD_BORDER);
-
-    QQuickPopup *popup = inner->popup();
-    QVERIFY(popup);
-    auto *list = qobject_cast<QQuickRectangle *>(popup->background());
-    QVERIFY(list);
-    QCOMPARE(list->color(), QColor(Qt::white));
-    QCOMPARE(list->border()->width(), 1.0);
-    QCOMPARE(list->border()->color(), OPEN_BORDER);
-    QCOMPARE(popup->padding(), 1.0);
-
-    auto *indicator = qobject_cast<QQuickImage *>(inner->indicator());
-    QVERIFY(indicator);
-    QCOMPARE(indicator->source(), QUrl(QStringLiteral("qrc:/setting/icons/down_arrow.png")));
-    QCOMPARE(indicator->status(), QQuickImageBase::Ready);
-    // The arrow sits at the right end of the text area, vertically centred on it.
-    QQuickItem *content = inner->contentItem();
-    QVERIFY(content);
-    QCOMPARE(indicator->y() + indicator->height() / 2, content->y() + content->height() / 2);
-    QCOMPARE(indicator->x() + indicator->width() + 36 * 0.25, content->x() + content->width());
-}
-
-void tst_ComboBox::popupZ_data()
-{
-    QTest::addColumn<int>("rootPopupZ");
-    QTest::newRow("default") << 20000;
-    QTest::newRow("host's own") << 31000;
-    QTest::newRow("low") << 5;
-}
-
-void tst_ComboBox::popupZ()
-{
-    QFETCH(int, rootPopupZ);
-    QSP::GlobalInfo::instance().setRootPopupZ(rootPopupZ);
-    QSP::ComboBox combo;
-    auto *inner = combo.findChild<QQuickComboBox *>();
-    QVERIFY(inner);
-    QCOMPARE(inner->popup()->z(), qreal(rootPopupZ));
-}
-
-void tst_ComboBox::sizesFollowHeight_data()
+void tst_ComboBox::layout_data()
 {
     QTest::addColumn<qreal>("height");
     QTest::addColumn<qreal>("radius");
     QTest::addColumn<int>("arrowSide");
     QTest::addColumn<qreal>("arrowMargin");
-
-    QTest::newRow("40") << 40.0 << 5.0 << 13 << 10.0;
-    QTest::newRow("60") << 60.0 << 7.5 << 20 << 15.0;
-    QTest::newRow("32") << 32.0 << 4.0 << 11 << 8.0;
-    QTest::newRow("54") << 54.0 << 6.75 << 18 << 13.5;
+    QTest::newRow("40 high") << 40.0 << 5.0 << 13 << 10.0;
+    QTest::newRow("54 high") << 54.0 << 6.75 << 18 << 13.5;
 }
 
-void tst_ComboBox::sizesFollowHeight()
+void tst_ComboBox::layout()
 {
     QFETCH(qreal, height);
     QFETCH(qreal, radius);
-    QFETCH(int, arrowSide);
     QFETCH(qreal, arrowMargin);
 
-    QSP::ComboBox combo;
-    combo.setWidth(200);
-    combo.setHeight(height);
-    auto *inner = combo.findChild<QQuickComboBox *>();
+    QQuickComboBox *inner = make(namesOf(2));
     QVERIFY(inner);
-    QCOMPARE(inner->height(), height);
+    m_combo->setSize(QSizeF(180, height));
+    QCOMPARE(inner->position(), QPointF(0, 0)); // the inner combo box fills the wrapper
+    QCOMPARE(inner->size(), QSizeF(180, height));
     QCOMPARE(qobject_cast<QQuickRectangle *>(inner->background())->radius(), radius);
     QCOMPARE(qobject_cast<QQuickRectangle *>(inner->popup()->background())->radius(), radius);
-    auto *indicator = qobject_cast<QQuickImage *>(inner->indicator());
-    QCOMPARE(indicator->sourceSize(), QSize(arrowSide, arrowSide));
-    QCOMPARE(indicator->width(), qreal(arrowSide));
-    QCOMPARE(QQuickItemPrivate::get(indicator)->anchors()->rightMargin(), arrowMargin);
+
+    // The arrow sits at the right end of the text area, vertically centred on it.
+    auto *arrow = qobject_cast<QQuickImage *>(inner->indicator());
+    QVERIFY(arrow);
+    QCOMPARE(arrow->status(), QQuickImageBase::Ready);
+    QTEST(arrow->sourceSize().width(), "arrowSide");
+    QCOMPARE(QQuickItemPrivate::get(arrow)->anchors()->rightMargin(), arrowMargin);
+    QQuickItem *content = inner->contentItem();
+    QCOMPARE(arrow->x() + arrow->width() + arrowMargin, content->x() + content->width());
+    QVERIFY(qAbs(arrow->y() + arrow->height() / 2 - content->y() - content->height() / 2) <= 0.5);
 }
 
-void tst_ComboBox::stringListModel_data()
-{
-    QTest::addColumn<QStringList>("names");
-    QTest::newRow("empty") << QStringList();
-    QTest::newRow("one") << QStringList{QStringLiteral("LAN0")};
-    QTest::newRow("adapters") << QStringList{QStringLiteral("LAN0"), QStringLiteral("LAN1"),
-                                             QStringLiteral("WIFI"), QStringLiteral("4G")};
-    QTest::newRow("not ASCII") << QStringList{QStringLiteral("有线网络"), QString()};
-}
-
-void tst_ComboBox::stringListModel()
-{
-    QFETCH(QStringList, names);
-
-    QSP::ComboBox combo;
-    auto *inner = combo.findChild<QQuickComboBox *>();
-    QVERIFY(inner);
-    QSignalSpy modelChanged(&combo, &QSP::ComboBox::modelChanged);
-    QVERIFY(modelChanged.isValid());
-
-    combo.setStringListModel(names);
-    QCOMPARE(modelChanged.count(), 1);
-    QCOMPARE(inner->textRole(), QStringLiteral("name"));
-    QCOMPARE(inner->count(), names.size());
-
-    const QVariantList rows = combo.model().toList();
-    QCOMPARE(rows.size(), names.size());
-    for (int i = 0; i < names.size(); ++i) {
-        const QVariantMap row = rows.at(i).toMap();
-        QCOMPARE(row.keys(), QStringList{QStringLiteral("name")});
-        QCOMPARE(row.value(QStringLiteral("name")).toString(), names.at(i));
-    }
-    // A model keeps the index there was: on a new combo box nothing is chosen until someone chooses.
-    QCOMPARE(combo.currentIndex(), inner->currentIndex());
-    QCOMPARE(combo.currentIndex(), -1);
-    QCOMPARE(inner->displayText(), QString());
-    if (!names.isEmpty()) {
-        combo.setCurrentIndex(names.size() - 1);
-        QCOMPARE(inner->displayText(), names.last());
-    }
-}
-
-void tst_ComboBox::modelReplacementKeepsIndex_data()
+void tst_ComboBox::model_data()
 {
     QTest::addColumn<int>("oldCount");
     QTest::addColumn<int>("index");
     QTest::addColumn<int>("newCount");
 
+    QTest::newRow("new combo box: nothing chosen") << 0 << -1 << 3;
     QTest::newRow("same size") << 5 << 2 << 5;
-    QTest::newRow("longer") << 3 << 2 << 6;
-    QTest::newRow("first row") << 4 << 0 << 2;
     QTest::newRow("shorter, index beyond") << 5 << 4 << 3;
     QTest::newRow("emptied") << 3 << 1 << 0;
 }
 
-void tst_ComboBox::modelReplacementKeepsIndex()
+void tst_ComboBox::model()
 {
     QFETCH(int, oldCount);
     QFETCH(int, index);
     QFETCH(int, newCount);
 
-    QSP::ComboBox combo;
-    auto *inner = combo.findChild<QQuickComboBox *>();
+    QQuickComboBox *inner = make(namesOf(oldCount));
     QVERIFY(inner);
-    combo.setStringListModel(namesOf(oldCount));
-    combo.setCurrentIndex(index);
-    QCOMPARE(combo.currentIndex(), index);
-
-    QSignalSpy indexChanged(&combo, &QSP::ComboBox::currentIndexChanged);
+    m_combo->setCurrentIndex(index);
+    QSignalSpy indexChanged(m_combo.get(), &QSP::ComboBox::currentIndexChanged);
+    QSignalSpy modelChanged(m_combo.get(), &QSP::ComboBox::modelChanged);
     QVERIFY(indexChanged.isValid());
-    QSignalSpy modelChanged(&combo, &QSP::ComboBox::modelChanged);
     QVERIFY(modelChanged.isValid());
 
+    // A new model keeps the position chosen before, and the reset in between is not reported.
     const QStringList names = namesOf(newCount, QStringLiteral("New"));
-    combo.setStringListModel(names);
-
+    m_combo->setStringListModel(names);
     QCOMPARE(modelChanged.count(), 1);
-    // The previous position is asked for again; the inner combo box decides what it keeps.
-    QCOMPARE(combo.currentIndex(), index);
-    QCOMPARE(inner->currentIndex(), index);
-    // The reset in between is not reported.
+    QCOMPARE(m_combo->currentIndex(), index);
     QCOMPARE(indexChanged.count(), 0);
-    QCOMPARE(inner->currentText(), index < newCount ? names.at(index) : QString());
-    QCOMPARE(inner->textRole(), QStringLiteral("name"));
+    QCOMPARE(inner->count(), newCount);
+    QCOMPARE(inner->displayText(), names.value(index));
 
     // The relay is back in place after the replacement.
-    combo.setCurrentIndex(newCount > 1 ? (index + 1) % newCount : -1);
-    QCOMPARE(indexChanged.count(), combo.currentIndex() != index ? 1 : 0);
-}
-
-void tst_ComboBox::currentIndexRelay()
-{
-    QSP::ComboBox combo;
-    auto *inner = combo.findChild<QQuickComboBox *>();
-    QVERIFY(inner);
-    combo.setStringListModel(namesOf(4));
-    QSignalSpy indexChanged(&combo, &QSP::ComboBox::currentIndexChanged);
-    QVERIFY(indexChanged.isValid());
-
-    combo.setCurrentIndex(2);
+    m_combo->setCurrentIndex(newCount - 1);
     QCOMPARE(indexChanged.count(), 1);
-    QCOMPARE(inner->currentIndex(), 2);
-    QCOMPARE(combo.property("currentIndex").toInt(), 2);
-
-    combo.setCurrentIndex(2);
-    QCOMPARE(indexChanged.count(), 1);
-
-    inner->incrementCurrentIndex(); // a change made inside, as the keyboard or wheel would
-    QCOMPARE(indexChanged.count(), 2);
-    QCOMPARE(combo.currentIndex(), 3);
-}
-
-void tst_ComboBox::fontPixelSize_data()
-{
-    QTest::addColumn<int>("size");
-    QTest::addColumn<int>("expected");
-    QTest::addColumn<int>("notifications");
-
-    QTest::newRow("default again") << 20 << 20 << 0;
-    QTest::newRow("larger") << 28 << 28 << 1;
-    QTest::newRow("smaller") << 12 << 12 << 1;
-    QTest::newRow("zero is refused") << 0 << 20 << 0;
-    QTest::newRow("negative is refused") << -4 << 20 << 0;
-}
-
-void tst_ComboBox::fontPixelSize()
-{
-    QFETCH(int, size);
-    QFETCH(int, expected);
-    QFETCH(int, notifications);
-
-    QSP::ComboBox combo;
-    auto *inner = combo.findChild<QQuickComboBox *>();
-    QVERIFY(inner);
-    QSignalSpy changed(&combo, &QSP::ComboBox::fontPixelSizeChanged);
-    QVERIFY(changed.isValid());
-
-    if (size <= 0)
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("font pixel size")));
-    combo.setFontPixelSize(size);
-    QCOMPARE(changed.count(), notifications);
-    QCOMPARE(combo.fontPixelSize(), expected);
-    QCOMPARE(inner->property("fontPixelSize").toInt(), expected);
-    QCOMPARE(inner->font().pixelSize(), expected);
+    QCOMPARE(inner->displayText(), names.value(newCount - 1));
 }
 
 void tst_ComboBox::pickFromList_data()
 {
-    QTest::addColumn<bool>("buzzerOn");
+    QTest::addColumn<bool>("buzzer");
     QTest::addColumn<int>("fontSize");
     QTest::addColumn<int>("current");
     QTest::addColumn<int>("pick");
@@ -433,155 +165,120 @@ void tst_ComboBox::pickFromList_data()
     QTest::newRow("buzzer on") << true << 20 << 1 << 2;
     QTest::newRow("buzzer off") << false << 20 << 1 << 0;
     QTest::newRow("larger font") << true << 26 << 0 << 2;
+    QTest::newRow("font size 0 refused") << true << 0 << 0 << 1;
     QTest::newRow("current row again") << true << 20 << 1 << 1;
 }
 
 void tst_ComboBox::pickFromList()
 {
-    QFETCH(bool, buzzerOn);
+    QFETCH(bool, buzzer);
     QFETCH(int, fontSize);
     QFETCH(int, current);
     QFETCH(int, pick);
 
     const QStringList names{QStringLiteral("LAN0"), QStringLiteral("LAN1"), QStringLiteral("WIFI")};
-    QSP::ComboBox *combo = showComboBox(names);
-    QVERIFY(combo);
-    combo->setFontPixelSize(fontSize);
-    combo->setCurrentIndex(current);
-    auto *inner = combo->findChild<QQuickComboBox *>();
+    QQuickComboBox *inner = make(names);
     QVERIFY(inner);
+    if (fontSize <= 0)
+        QTest::ignoreMessage(QtWarningMsg, "QSP::ComboBox: ignoring font pixel size 0, keeping 20");
+    m_combo->setFontPixelSize(fontSize);
+    const int font = fontSize > 0 ? fontSize : 20;
+    QCOMPARE(inner->font().pixelSize(), font);
+    m_combo->setCurrentIndex(current);
     QQuickPopup *popup = inner->popup();
     auto *field = qobject_cast<QQuickRectangle *>(inner->background());
     auto *list = qobject_cast<QQuickRectangle *>(popup->background());
     QVERIFY(field && list);
-
-    QSP::BeepButton::setBuzzerOn(buzzerOn);
-    HMI::PanelSimulator::clearCallLog();
-    QSignalSpy activated(combo, &QSP::ComboBox::activated);
+    QVERIFY(ControlFixture::setBuzzer(buzzer));
+    QSignalSpy activated(m_combo.get(), &QSP::ComboBox::activated);
+    QSignalSpy indexChanged(m_combo.get(), &QSP::ComboBox::currentIndexChanged);
     QVERIFY(activated.isValid());
-    QSignalSpy indexChanged(combo, &QSP::ComboBox::currentIndexChanged);
     QVERIFY(indexChanged.isValid());
 
     // A touch on the field beeps once, on the press, and opens the list; the field turns blue.
-    QTest::mouseClick(m_window.get(), Qt::LeftButton, Qt::NoModifier, centreOf(combo));
+    ControlFixture::click(m_combo.get());
     QTRY_VERIFY(popup->isOpened());
-    QCOMPARE(beepCount(), buzzerOn ? 1 : 0);
-    QCOMPARE(field->border()->color(), OPEN_BORDER);
-    QCOMPARE(list->border()->color(), OPEN_BORDER);
-    QCOMPARE(activated.count(), 0);
+    QCOMPARE(ControlFixture::beeps(), buzzer ? 1 : 0);
+    QCOMPARE(field->border()->color(), OpenBorder);
+    QCOMPARE(list->border()->color(), OpenBorder);
 
     // One row per name, as large as the field, the current one light blue.
-    QList<Row> rows;
+    QList<QQuickItem *> rows;
     QTRY_COMPARE((rows = rowsOf(popup)).size(), names.size());
     for (int i = 0; i < rows.size(); ++i) {
-        const Row &row = rows.at(i);
-        QCOMPARE(row.text->text(), names.at(i));
-        QCOMPARE(row.text->font().pixelSize(), fontSize);
-        QCOMPARE(row.text->x(), 10.0);
-        QCOMPARE(row.text->y() + row.text->height() / 2, row.background->height() / 2);
-        QCOMPARE(row.delegate->width(), inner->width());
-        QCOMPARE(row.delegate->height(), inner->height());
-        QCOMPARE(row.background->size(), row.delegate->size());
-        QCOMPARE(row.background->color(), i == current ? CURRENT_ROW : QColor(Qt::white));
+        auto *background = qobject_cast<QQuickRectangle *>(rows[i]->childItems().value(0));
+        auto *text = qobject_cast<QQuickText *>(background ? background->childItems().value(0) : nullptr);
+        QVERIFY(text);
+        QCOMPARE(text->text(), names.at(i));
+        QCOMPARE(text->font().pixelSize(), font);
+        QCOMPARE(text->x(), 10.0);
+        QCOMPARE(rows[i]->size(), inner->size());
+        QCOMPARE(background->size(), rows[i]->size());
+        QCOMPARE(background->color(), QColor(QLatin1String(i == current ? "#A8CDF1" : "#FFFFFF")));
     }
 
     // Picking a row beeps again, then reports it; the list closes and the field is grey again.
-    clickButton(rows.at(pick).delegate);
-    if (QTest::currentTestFailed())
-        return;
+    QVERIFY(ControlFixture::clickButton(rows.at(pick)));
     QCOMPARE(activated.count(), 1);
     QCOMPARE(activated.first().first().toInt(), pick);
-    QCOMPARE(beepCount(), buzzerOn ? 2 : 0);
-    QCOMPARE(combo->currentIndex(), pick);
+    QCOMPARE(ControlFixture::beeps(), buzzer ? 2 : 0);
+    QCOMPARE(m_combo->currentIndex(), pick);
     QCOMPARE(indexChanged.count(), pick == current ? 0 : 1);
     QCOMPARE(inner->displayText(), names.at(pick));
     QTRY_VERIFY(!popup->isVisible());
-    QCOMPARE(field->border()->color(), FIELD_BORDER);
-    QCOMPARE(list->border()->color(), OPEN_BORDER);
+    QCOMPARE(field->border()->color(), FieldBorder);
 }
 
-void tst_ComboBox::closesWhenRootHides()
+void tst_ComboBox::rootPopup()
 {
-    m_window = std::make_unique<QQuickWindow>();
-    m_window->resize(400, 400);
-    auto *root = new QSP::AppRootItem(m_window->contentItem());
-    QCOMPARE(QSP::AppRootItem::instance(), root);
-    root->setSize(QSizeF(400, 400));
-    auto *combo = new QSP::ComboBox(root);
-    combo->setSize(QSizeF(200, 40));
-    combo->setStringListModel(namesOf(3));
-    m_window->show();
-    QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
-    QQuickPopup *popup = combo->findChild<QQuickComboBox *>()->popup();
-
-    popup->open();
-    QTRY_VERIFY(popup->isOpened());
-    root->setVisible(false);
-    QTRY_VERIFY(!popup->isVisible());
-
-    // Showing the screen again does not bring the list back.
-    root->setVisible(true);
-    QTest::qWait(50);
-    QVERIFY(!popup->isVisible());
-
-    // Without a root item the combo box still works, only nothing closes it from outside.
-    delete root;
-    QCOMPARE(QSP::AppRootItem::instance(), nullptr);
-    auto *plain = new QSP::ComboBox(m_window->contentItem());
-    plain->setStringListModel(namesOf(2));
-    plain->setCurrentIndex(1);
-    QCOMPARE(plain->currentIndex(), 1);
-    QQuickPopup *plainPopup = plain->findChild<QQuickComboBox *>()->popup();
-    plainPopup->open();
-    QTRY_VERIFY(plainPopup->isOpened());
-}
-
-void tst_ComboBox::declaredInQml()
-{
-    QSP::ComboBox::registerType();
-    QSP::ComboBox::registerType(); // a second call changes nothing
-
-    QQmlComponent component(m_engine.get());
-    component.setData("import QQuickSystemSet 1.0\n"
-                      "ComboBox { width: 160; height: 40; fontPixelSize: 24\n"
-                      "    model: [{name: \"English\"}, {name: \"Chinese\"}]; currentIndex: 1 }",
-                      QUrl());
-    QVERIFY2(component.isReady(), qPrintable(component.errorString()));
-    std::unique_ptr<QObject> object(component.create());
-    auto *combo = qobject_cast<QSP::ComboBox *>(object.get());
-    QVERIFY(combo);
-    QCOMPARE(combo->fontPixelSize(), 24);
-    QCOMPARE(combo->currentIndex(), 1);
-    QCOMPARE(combo->findChild<QQuickComboBox *>()->displayText(), QStringLiteral("Chinese"));
-    QCOMPARE(combo->model().toList().size(), 2);
+    QVERIFY(f.checkRootPopup([this] { return make(namesOf(3))->popup(); }));
 }
 
 void tst_ComboBox::withoutEngine()
 {
     QSP::GlobalInfo::instance().setQmlEngine(nullptr);
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("no QML engine")));
-    {
-        QSP::ComboBox combo;
-        QCOMPARE(combo.findChild<QQuickComboBox *>(), nullptr);
-        QSignalSpy modelChanged(&combo, &QSP::ComboBox::modelChanged);
-        QVERIFY(modelChanged.isValid());
-        combo.setStringListModel(namesOf(3));
-        QCOMPARE(modelChanged.count(), 0);
-        QVERIFY(!combo.model().isValid());
-        combo.setCurrentIndex(1);
-        QCOMPARE(combo.currentIndex(), -1);
-        combo.setFontPixelSize(30);
-        QCOMPARE(combo.fontPixelSize(), 30);
+    QTest::ignoreMessage(QtWarningMsg,
+                         "QSP::ComboBox: no QML engine has been set; the combo box stays empty");
+    QCOMPARE(ControlFixture::countWarnings([] {
+                 QSP::ComboBox combo; // reported once only
+                 QSP::ComboBox second;
+                 QSignalSpy modelChanged(&combo, &QSP::ComboBox::modelChanged);
+                 QVERIFY(modelChanged.isValid());
+                 combo.setStringListModel(namesOf(3));
+                 combo.setCurrentIndex(1);
+                 QCOMPARE(combo.findChild<QQuickComboBox *>(), nullptr);
+                 QCOMPARE(modelChanged.count(), 0);
+                 QCOMPARE(combo.currentIndex(), -1);
+             }),
+             1);
+    QSP::GlobalInfo::instance().setQmlEngine(f.engine());
+    QVERIFY(make(namesOf(1)));
+}
+
+void tst_ComboBox::sharedComponent()
+{
+    // The cache behind the controls: compiled once per engine, owned by it, a failure reported once per
+    // engine.
+    QSP::ComponentCache good(QStringLiteral("import QtQuick 2.15\nItem {}"),
+                             QUrl(QStringLiteral("qrc:/Good.qml")));
+    QSP::ComponentCache bad(QStringLiteral("import QtQuick 2.15\nItem {"),
+                            QUrl(QStringLiteral("qrc:/Bad.qml")), QStringLiteral("prefix: "));
+    QQmlEngine other;
+    QQmlComponent *compiled = good.component(f.engine());
+    QVERIFY(compiled && compiled->isReady());
+    QCOMPARE(compiled->parent(), f.engine());
+    QCOMPARE(good.component(f.engine()), compiled);
+    QCOMPARE(good.component(&other)->parent(), &other);
+
+    for (QQmlEngine *engine : {f.engine(), &other}) {
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^prefix: qrc:/Bad.qml:\\d+ ")));
+        QCOMPARE(ControlFixture::countWarnings([&] {
+                     QCOMPARE(bad.component(engine), nullptr);
+                     QCOMPARE(bad.component(engine), nullptr);
+                 }),
+                 1);
     }
-    {
-        QSP::ComboBox second; // reported once only
-        QCOMPARE(second.currentIndex(), -1);
-    }
-    QSP::GlobalInfo::instance().setQmlEngine(m_engine.get());
-    QSP::ComboBox working;
-    QVERIFY(working.findChild<QQuickComboBox *>());
 }
 
 QTEST_MAIN(tst_ComboBox)
-
 #include "tst_combobox.moc"

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QPointer>
+#include <QString>
+#include <QUrl>
+
+class QQmlComponent;
+class QQmlEngine;
+class QQuickItem;
+struct QMetaObject;
+
+namespace QSP {
+
+/// A QML component compiled once and shared by every object made from it: a document, or an inline QML
+/// text. The component belongs to the engine it was compiled for; asking for another engine compiles it
+/// anew. Each compilation writes at most one warning (category "default").
+class ComponentCache
+{
+public:
+    /// The document at @p url. @p prepare, when given, runs before every compilation (to register the types
+    /// that the document uses).
+    explicit ComponentCache(const QUrl &url, void (*prepare)() = nullptr);
+    /// The inline QML @p text; @p url names it in error messages, which start with @p warningPrefix.
+    ComponentCache(const QString &text, const QUrl &url, const QString &warningPrefix = QString());
+
+    /// The component compiled for @p engine, ready to make objects; null (warned once) when it failed.
+    QQmlComponent *component(QQmlEngine *engine);
+
+    /// An item of class @p type made in @p engine's root context, owned by and shown in @p parent. Null
+    /// (warned once) when the component failed or made something else.
+    QQuickItem *createItem(QQmlEngine *engine, QQuickItem *parent, const QMetaObject &type);
+
+    /// Writes @p message as a warning, unless the current compilation has written one already.
+    void warnOnce(const QString &message);
+
+private:
+    QUrl m_url;
+    QString m_text; ///< empty for a document
+    QString m_warningPrefix;
+    void (*m_prepare)() = nullptr;
+    QPointer<QQmlEngine> m_engine;
+    QPointer<QQmlComponent> m_component; ///< owned by m_engine
+    bool m_warned = false;
+};
+
+} // namespace QSP

@@ -1,0 +1,222 @@
+#include "ControlFixture.h"
+
+#include "AppRootItem.h"
+#include "PanelSimulator.h"
+#include "QVkbPluginLoader.h"
+
+#include <QProcess>
+#include <QQmlAbstractUrlInterceptor>
+#include <QQmlComponent>
+#include <QTemporaryDir>
+
+namespace {
+
+/// Set in the second run of a test program, the one with a test keyboard.
+const char KeyboardVariable[] = "QSP_TEST_WITH_KEYBOARD";
+
+/// Sends the engine to another file in place of one document.
+class RedirectingInterceptor : public QQmlAbstractUrlInterceptor
+{
+public:
+    RedirectingInterceptor(const QUrl &from, const QUrl &to)
+        : m_from(from)
+        , m_to(to)
+    {}
+    QUrl intercept(const QUrl &url, DataType) override { return url == m_from ? m_to : url; }
+
+private:
+    QUrl m_from;
+    QUrl m_to;
+};
+
+int g_warnings = 0;
+QtMessageHandler g_previousHandler = nullptr;
+
+void countWarning(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    g_warnings += type == QtWarningMsg && qstrcmp(context.category, "default") == 0;
+    g_previousHandler(type, context, message);
+}
+
+QPoint centreOf(QQuickItem *item)
+{
+    return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+}
+
+} // namespace
+
+ControlFixture::~ControlFixture()
+{
+    if (m_keyboard)
+        QVkbPluginLoader::instance()->setVkb(nullptr);
+}
+
+bool ControlFixture::showWindow()
+{
+    if (qEnvironmentVariableIsSet(KeyboardVariable) && !m_keyboard) {
+        m_keyboard = std::make_unique<TestKeyboard>(200);
+        QVkbPluginLoader::instance()->setVkb(m_keyboard.get());
+    }
+    if (!m_elsewhere)
+        m_elsewhere = new QQuickItem(m_window.contentItem());
+    m_window.resize(800, 600);
+    m_window.show();
+    m_window.requestActivate();
+    return QTest::qWaitForWindowActive(&m_window);
+}
+
+QObject *ControlFixture::create(const QByteArray &qml)
+{
+    QQmlComponent component(&m_engine);
+    component.setData("import QtQuick 2.15\nimport QQuickSystemSet 1.0\n" + qml,
+                      QUrl(QStringLiteral("test.qml")));
+    QObject *object = component.create();
+    if (!object) {
+        qWarning().noquote() << component.errorString();
+        return nullptr;
+    }
+    object->setParent(&m_window);
+    if (auto *item = qobject_cast<QQuickItem *>(object))
+        item->setParentItem(m_window.contentItem());
+    return object;
+}
+
+void ControlFixture::click(QQuickItem *item)
+{
+    QTest::mouseClick(item->window(), Qt::LeftButton, Qt::NoModifier, centreOf(item));
+}
+
+bool ControlFixture::clickButton(QQuickItem *button)
+{
+    if (!button || !button->window())
+        return false;
+    QSignalSpy clicked(button, SIGNAL(clicked()));
+    if (!clicked.isValid())
+        return false;
+    click(button);
+    return clicked.count() == 1;
+}
+
+bool ControlFixture::play(const QString &steps, const std::function<QQuickItem *(const QString &)> &find)
+{
+    for (const QString &step : steps.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+        const QString argument = step.section(QLatin1Char(':'), 1);
+        if (step.startsWith(QLatin1String("touch:"))) {
+            QQuickItem *item = find(argument);
+            if (!item)
+                return false;
+            click(item);
+            if (item->inherits("QQuickTextInput") && !item->hasActiveFocus())
+                return false;
+        } else if (step.startsWith(QLatin1String("type:"))) {
+            for (const QChar c : argument)
+                QTest::keyClick(&m_window, c.toLatin1());
+        } else {
+            // 0x100000: the on-screen keyboard's hide key, which Qt has no name for.
+            const int key =
+                argument == QLatin1String("Hide") ? 0x100000 : QKeySequence::fromString(argument)[0];
+            if (!key)
+                return false;
+            QTest::sendKeyEvent(QTest::Click, &m_window, Qt::Key(key), QString(), Qt::NoModifier);
+        }
+    }
+    return true;
+}
+
+void ControlFixture::focusElsewhere()
+{
+    m_elsewhere->forceActiveFocus();
+}
+
+bool ControlFixture::setBuzzer(bool on)
+{
+    const bool loaded =
+        HMI::PanelSimulator::loadStateJson(on ? R"({"buzzer": true})" : R"({"buzzer": false})");
+    HMI::PanelSimulator::clearCallLog();
+    return loaded;
+}
+
+int ControlFixture::beeps()
+{
+    int count = 0;
+    for (const auto &line : HMI::PanelSimulator::callLog())
+        count += line == "beep 1";
+    return count;
+}
+
+void ControlFixture::rerunWithKeyboard()
+{
+    if (qEnvironmentVariableIsSet(KeyboardVariable))
+        QSKIP("this is the run with a keyboard");
+    QProcess child;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QString::fromLatin1(KeyboardVariable), QStringLiteral("1"));
+    child.setProcessEnvironment(environment);
+    child.setProcessChannelMode(QProcess::MergedChannels);
+    child.start(QCoreApplication::applicationFilePath(), QStringList());
+    QVERIFY(child.waitForFinished(240000));
+    QVERIFY2(child.exitStatus() == QProcess::NormalExit && child.exitCode() == 0,
+             child.readAll().constData());
+}
+
+bool ControlFixture::checkRootPopup(const std::function<QQuickPopup *()> &make)
+{
+    auto *root = new QSP::AppRootItem(m_window.contentItem());
+    root->setSize(m_window.size());
+    QSP::GlobalInfo &info = QSP::GlobalInfo::instance();
+    const int z = info.rootPopupZ();
+    info.setRootPopupZ(4321);
+    QQuickPopup *popup = make();
+    info.setRootPopupZ(z);
+    const auto opened = [popup] { return popup->isOpened(); };
+    const auto hidden = [popup] { return !popup->isVisible(); };
+    popup->open();
+    bool closes = popup->z() == 4321 && QTest::qWaitFor(opened);
+    root->setVisible(false);
+    closes = closes && QTest::qWaitFor(hidden);
+    root->setVisible(true);
+    QTest::qWait(50);
+    closes = closes && hidden();
+    delete root;
+    popup->open();
+    closes = closes && QTest::qWaitFor(opened);
+    popup->close();
+    return closes && QTest::qWaitFor(hidden);
+}
+
+int ControlFixture::countWarnings(const std::function<void()> &action)
+{
+    g_warnings = 0;
+    g_previousHandler = qInstallMessageHandler(countWarning);
+    action();
+    qInstallMessageHandler(g_previousHandler);
+    return g_warnings;
+}
+
+void ControlFixture::checkBrokenDocument(const QUrl &url, const QString &className,
+                                         const std::function<QObject *(QQmlEngine *)> &create)
+{
+    const QStringList documents{QStringLiteral("import QtQuick 2.15\nItem {\n"),
+                                QStringLiteral("import QtQuick 2.15\nItem {}\n")};
+    const QStringList warnings{
+        url.fileName() + QLatin1Char(':'),
+        QStringLiteral("QSP::%1: %2 did not make a %1").arg(className, url.toString())};
+    for (int i = 0; i < documents.size(); ++i) {
+        QTemporaryDir dir;
+        QFile file(dir.filePath(url.fileName()));
+        QVERIFY(dir.isValid() && file.open(QIODevice::WriteOnly));
+        file.write(documents[i].toUtf8());
+        file.close();
+        RedirectingInterceptor interceptor(url, QUrl::fromLocalFile(file.fileName()));
+        QQmlEngine engine;
+        engine.setUrlInterceptor(&interceptor);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QRegularExpression::escape(warnings[i])));
+        std::unique_ptr<QObject> first, second;
+        QCOMPARE(countWarnings([&] {
+                     first.reset(create(&engine));
+                     second.reset(create(&engine));
+                 }),
+                 1);
+        QVERIFY(!first && !second);
+    }
+}

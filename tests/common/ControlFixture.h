@@ -1,0 +1,85 @@
+#pragma once
+
+// What the tests of the controls use besides their controls.
+#include "GlobalInfo.h"
+#include "TestKeyboard.h"
+#include "VkbManager.h"
+
+#include <QQmlEngine>
+#include <QQuickWindow>
+#include <QtQuick/private/qquickrectangle_p.h>
+#include <QtQuick/private/qquicktext_p.h>
+#include <QtQuick/private/qquicktextinput_p.h>
+#include <QtQuickTemplates2/private/qquickpopup_p.h>
+#include <QtTest>
+
+#include <functional>
+#include <memory>
+
+/// What the tests of the touch controls share: one shown, active window for the whole test program, controls
+/// made in it from QML text or by their create() factories, clicks and keys, the buzzer's beeps, and a second
+/// run of the program with a test keyboard (the keyboard manager looks for a keyboard once per process).
+class ControlFixture
+{
+public:
+    ~ControlFixture();
+
+    /// Shows and activates the 800 × 600 window; in the run with a keyboard, hands the keyboard over first.
+    bool showWindow();
+    QQuickWindow *window() { return &m_window; }
+    QQmlEngine *engine() { return &m_engine; }
+
+    /// An object made from @p qml (with QtQuick 2.15 and QQuickSystemSet 1.0 imported), owned by the window
+    /// and, when an item, shown in it; null, with the errors as a warning, when it cannot be made.
+    QObject *create(const QByteArray &qml);
+    /// A control made by T::create() in the window.
+    template<typename T>
+    T *create()
+    {
+        return T::create(&m_engine, m_window.contentItem());
+    }
+
+    /// Clicks the centre of @p item with the mouse.
+    static void click(QQuickItem *item);
+    /// Clicks the centre of @p button; true when it emitted exactly one clicked().
+    static bool clickButton(QQuickItem *button);
+    /// Plays @p steps separated by spaces: "touch:NAME" clicks the item that @p find gives for NAME,
+    /// "type:TEXT" types TEXT, "key:NAME" presses a key named as in QKeySequence ("Hide": the keyboard's hide
+    /// key). False when an item is missing or a touched text field did not take the focus.
+    bool play(const QString &steps, const std::function<QQuickItem *(const QString &)> &find);
+    /// Gives the active focus to an empty item of the window, away from every control.
+    void focusElsewhere();
+
+    /// Loads a panel state with the buzzer on or off and clears the call log; false when it was refused.
+    static bool setBuzzer(bool on);
+    /// How many "beep 1" calls the simulated panel has logged.
+    static int beeps();
+
+    /// The test keyboard (200 high) in the run with a keyboard, null in the run without.
+    TestKeyboard *keyboard() const { return m_keyboard.get(); }
+    /// With a keyboard, whether it is @p shown; without one, whether none is shown all the same.
+    bool keyboardShown(bool shown) const
+    {
+        return m_keyboard ? m_keyboard->isVisible() == shown : !QSP::VkbManager::instance().isVisible();
+    }
+    /// Runs this program again with a test keyboard and fails when that run fails; skips inside that run.
+    static void rerunWithKeyboard();
+
+    /// Whether a popup made by @p make takes its z from GlobalInfo::rootPopupZ(), closes when the settings
+    /// root item hides, stays closed when the root item shows again, and still opens and closes once it is
+    /// gone.
+    bool checkRootPopup(const std::function<QQuickPopup *()> &make);
+
+    /// How many warnings of category "default" @p action writes (they still go on to the test log).
+    static int countWarnings(const std::function<void()> &action);
+    /// Checks that a document @p url which does not load, or makes no @p className, is reported by one
+    /// warning however often @p create asks for a control, and that no control is made.
+    static void checkBrokenDocument(const QUrl &url, const QString &className,
+                                    const std::function<QObject *(QQmlEngine *)> &create);
+
+private:
+    std::unique_ptr<TestKeyboard> m_keyboard;
+    QQmlEngine m_engine;
+    QQuickWindow m_window;
+    QQuickItem *m_elsewhere = nullptr; ///< owned by the window
+};
