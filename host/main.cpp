@@ -119,8 +119,8 @@ int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &fold
         return fail("cannot create the folder " + folder.toStdString());
     const QString size = QStringLiteral("%1x%2").arg(options.width).arg(options.height);
     int written = 0;
-    const auto shoot = [&](const QString &page) {
-        ScreenDriver::settle(100);
+    const auto shoot = [&](const QString &page, int settleMs = 100) {
+        ScreenDriver::settle(settleMs);
         const QString file = QDir(folder).filePath(QStringLiteral("%1-%2.png").arg(size, page));
         QImage image = window->grabWindow();
         if (image.isNull()) // offscreen, the software renderer's pixels are in the window's backing store
@@ -159,7 +159,7 @@ int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &fold
             if (QQuickItem *wifi = ScreenDriver::findByName(root, QStringLiteral("wifiSettingsButton"));
                 wifi && wifi->isVisible()) {
                 press(wifi);
-                shoot(QStringLiteral("wifi"));
+                shoot(QStringLiteral("wifi"), 2000); // after the scan that opening the page starts
                 if (QQuickItem *back = ScreenDriver::findByName(root, QStringLiteral("wifiReturnButton")))
                     press(back);
             } else {
