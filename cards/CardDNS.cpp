@@ -2,11 +2,10 @@
 
 #include "AppRootItem.h"
 #include "CIpInput.h"
+#include "CardHelpers.h"
 #include "CardNetwork.h"
-#include "GlobalInfo.h"
 #include "MeyerSingleton.h"
 
-#include <QCoreApplication>
 #include <QHostAddress>
 #include <QtQuick/private/qquicktext_p.h>
 
@@ -29,16 +28,9 @@ CardNetwork *networkCard()
     return root ? qobject_cast<CardNetwork *>(root->getCardItem(AppRootItem::Card_Network)) : nullptr;
 }
 
-template<typename T>
-T *part(const QObject *object, const char *name)
-{
-    return qobject_cast<T *>(object->property(name).value<QObject *>());
-}
-
 void bindText(QQuickText *text, const char *source)
 {
-    if (text)
-        setMultilingualText(text, [source] { return QCoreApplication::translate("CardDNS", source); });
+    bindTranslatedText(text, "CardDNS", source);
 }
 
 void showServer(CIpInput *input, HMI::IP ip)
@@ -51,26 +43,20 @@ void showServer(CIpInput *input, HMI::IP ip)
 
 CardDNS::CardDNS(QQuickItem *parent)
     : BaseCard(parent)
-{
-    const GlobalInfo &info = GlobalInfo::instance();
-    const int screenWidth = info.screenSize().width();
-    if (info.isScreenPortrait())
-        m_titleRowHeight = screenWidth < 600 ? 41 : 52;
-    else
-        m_titleRowHeight = int(screenWidth * 0.051041666666666666);
-}
+    , m_titleRowHeight(sideCardRowHeight())
+{}
 
 void CardDNS::componentComplete()
 {
     BaseCard::componentComplete();
-    m_titleText = part<QQuickText>(this, "titleText");
-    m_dns1Text = part<QQuickText>(this, "dns1Text");
-    m_dns2Text = part<QQuickText>(this, "dns2Text");
+    m_titleText = documentPart<QQuickText>(this, "titleText");
+    m_dns1Text = documentPart<QQuickText>(this, "dns1Text");
+    m_dns2Text = documentPart<QQuickText>(this, "dns2Text");
     bindText(m_titleText, QT_TRANSLATE_NOOP("CardDNS", "DNS Server"));
     bindText(m_dns1Text, QT_TRANSLATE_NOOP("CardDNS", "DNS 1"));
     bindText(m_dns2Text, QT_TRANSLATE_NOOP("CardDNS", "DNS 2"));
-    m_dns1Input = part<CIpInput>(this, "dns1Input");
-    m_dns2Input = part<CIpInput>(this, "dns2Input");
+    m_dns1Input = documentPart<CIpInput>(this, "dns1Input");
+    m_dns2Input = documentPart<CIpInput>(this, "dns2Input");
 
     loadDnsAndShow();
     updateEnable_DNS();

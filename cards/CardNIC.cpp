@@ -2,6 +2,7 @@
 
 #include "AppRootItem.h"
 #include "BeepButton.h"
+#include "CardHelpers.h"
 #include "CardNetwork.h"
 #include "ComboBox.h"
 #include "Dialog.h"
@@ -48,40 +49,27 @@ QString translated(const char *source)
     return QCoreApplication::translate("CardNIC", source);
 }
 
-template<typename T>
-T *part(const QObject *object, const char *name)
-{
-    return qobject_cast<T *>(object->property(name).value<QObject *>());
-}
-
 void bindText(QQuickText *text, const char *source)
 {
-    if (text)
-        setMultilingualText(text, [source] { return translated(source); });
+    bindTranslatedText(text, "CardNIC", source);
 }
 
 } // namespace
 
 CardNIC::CardNIC(QQuickItem *parent)
     : BaseCard(parent)
-{
-    const GlobalInfo &info = GlobalInfo::instance();
-    const int screenWidth = info.screenSize().width();
-    if (info.isScreenPortrait())
-        m_titleRowHeight = screenWidth < 600 ? 41 : 52;
-    else
-        m_titleRowHeight = int(screenWidth * 0.051041666666666666);
-}
+    , m_titleRowHeight(sideCardRowHeight())
+{}
 
 void CardNIC::componentComplete()
 {
     BaseCard::componentComplete();
-    m_titleText = part<QQuickText>(this, "titleText");
-    m_networkText = part<QQuickText>(this, "networkText");
-    m_pingTestText = part<QQuickText>(this, "pingTestText");
-    m_testButtonText = part<QQuickText>(this, "testButtonText");
-    m_comboBox = part<ComboBox>(this, "combobox");
-    m_testButton = part<BeepButton>(this, "testBeepButton");
+    m_titleText = documentPart<QQuickText>(this, "titleText");
+    m_networkText = documentPart<QQuickText>(this, "networkText");
+    m_pingTestText = documentPart<QQuickText>(this, "pingTestText");
+    m_testButtonText = documentPart<QQuickText>(this, "testButtonText");
+    m_comboBox = documentPart<ComboBox>(this, "combobox");
+    m_testButton = documentPart<BeepButton>(this, "testBeepButton");
 
     bindText(m_titleText, QT_TRANSLATE_NOOP("CardNIC", "Default Adapter"));
     bindText(m_networkText, QT_TRANSLATE_NOOP("CardNIC", "Ethernet"));

@@ -23,6 +23,8 @@
 #include <QtQuick/private/qquickrectangle_p.h>
 #include <QtQuick/private/qquicktext_p.h>
 
+#include <iterator>
+
 namespace {
 
 const bool s_registered = QSP::AppRootItem::setCardTypeRegistrar(QSP::AppRootItem::Card_Network, [] {
@@ -74,6 +76,22 @@ const char *nicLabel(NIC nic)
     }
     return "";
 }
+
+/// The address rows of a wired or Wi-Fi adapter, in the order of CardNetwork::AddressField.
+const struct
+{
+    const char *label;
+    AddressGetter live;   ///< the address in use
+    AddressGetter stored; ///< the static configuration
+    AddressSetter write;
+} AddressRows[] = {
+    {QT_TRANSLATE_NOOP("CardNetwork", "IP Address"), &HMI::SystemSet::getIp, &HMI::SystemSet::getIpFromEE,
+     &HMI::SystemSet::setIp},
+    {QT_TRANSLATE_NOOP("CardNetwork", "Subnet Mask"), &HMI::SystemSet::getSubnetMask,
+     &HMI::SystemSet::getSubnetMaskFromEE, &HMI::SystemSet::setSubnetMask},
+    {QT_TRANSLATE_NOOP("CardNetwork", "Default Gateway"), &HMI::SystemSet::getGateway,
+     &HMI::SystemSet::getGatewayFromEE, &HMI::SystemSet::setGateway},
+};
 
 bool isAddressAdapter(NIC nic)
 {
@@ -226,16 +244,11 @@ void CardNetwork::componentComplete()
 void CardNetwork::addNicButtons()
 {
     const int all = Panel::instance().getAllNIC();
-    if (all & HMI::SystemSet::NIC_LAN0)
-        addNicButton<HMI::SystemSet::NIC_LAN0>();
-    if (all & HMI::SystemSet::NIC_LAN1)
-        addNicButton<HMI::SystemSet::NIC_LAN1>();
-    if (all & HMI::SystemSet::NIC_WIFI)
-        addNicButton<HMI::SystemSet::NIC_WIFI>();
-    if (all & HMI::SystemSet::NIC_4G)
-        addNicButton<HMI::SystemSet::NIC_4G>();
-    if (all & HMI::SystemSet::NIC_VPN)
-        addNicButton<HMI::SystemSet::NIC_VPN>();
+    for (NIC nic : {HMI::SystemSet::NIC_LAN0, HMI::SystemSet::NIC_LAN1, HMI::SystemSet::NIC_WIFI,
+                    HMI::SystemSet::NIC_4G, HMI::SystemSet::NIC_VPN}) {
+        if (all & nic)
+            addNicButton(nic);
+    }
 
     // The modem and the VPN are never selected at first: they wait for the user.
     NIC first = NIC(0);
@@ -253,8 +266,7 @@ void CardNetwork::addNicButtons()
     showItems(first, true);
 }
 
-template<HMI::SystemSet::NIC N>
-void CardNetwork::addNicButton()
+void CardNetwork::addNicButton(NIC nic)
 {
     QQmlEngine *engine = GlobalInfo::instance().qmlEngine();
     QQmlComponent *component = nicButtonComponent(engine);
@@ -272,17 +284,17 @@ void CardNetwork::addNicButton()
     button->setParentItem(m_nicButtonFlow);
     component->completeCreate();
 
-    button->setObjectName(QStringLiteral("nicButton%1").arg(int(N)));
+    button->setObjectName(QStringLiteral("nicButton%1").arg(int(nic)));
     button->setCheckable(true);
     button->setAutoExclusive(true);
     button->setHeight(m_rowHeight * 0.5);
     button->setProperty("fontSize", m_fontPixelSize);
     if (auto *text = qobject_cast<QQuickText *>(button->property("txt").value<QObject *>()))
-        setMultilingualText(text, [] { return translated(nicLabel(N)); });
-    m_nicButtons.insert(N, button);
-    connect(button, &QQuickAbstractButton::clicked, this, [this] {
-        Q_EMIT nicButtonClicked(N);
-        setCurrentNIC(N);
+        setMultilingualText(text, [nic] { return translated(nicLabel(nic)); });
+    m_nicButtons.insert(nic, button);
+    connect(button, &QQuickAbstractButton::clicked, this, [this, nic] {
+        Q_EMIT nicButtonClicked(nic);
+        setCurrentNIC(nic);
     });
 }
 
@@ -314,11 +326,7 @@ void CardNetwork::changeNIC(HMI::SystemSet::NIC newNic, HMI::SystemSet::NIC oldN
     if (newNic == HMI::SystemSet::NIC_4G) {
         setup4GTimer(Panel::instance().isNicEnabled(HMI::SystemSet::NIC_4G));
     } else if (newNic == HMI::SystemSet::NIC_VPN) {
-        if (!m_vpnTimer) {
-            m_vpnTimer = new QTimer(this);
-            connect(m_vpnTimer, &QTimer::timeout, this, &CardNetwork::updateVPNStatus);
-        }
-        m_vpnTimer->start(VpnPollMs);
+        pollTimer(m_vpnTimer, &CardNetwork::updateVPNStatus)->start(VpnPollMs);
         updateVPNStatus();
     } else if (newNic == HMI::SystemSet::NIC_WIFI) {
         startWifiTimer();
@@ -338,23 +346,12 @@ void CardNetwork::showItems(NIC nic, bool visible)
     }
     if (!visible || !m_layout)
         return;
-    switch (nic) {
-    case HMI::SystemSet::NIC_LAN0:
-        addItems<HMI::SystemSet::NIC_LAN0>();
-        break;
-    case HMI::SystemSet::NIC_LAN1:
-        addItems<HMI::SystemSet::NIC_LAN1>();
-        break;
-    case HMI::SystemSet::NIC_WIFI:
-        addItems<HMI::SystemSet::NIC_WIFI>();
-        break;
-    case HMI::SystemSet::NIC_4G:
-        addItems<HMI::SystemSet::NIC_4G>();
-        break;
-    case HMI::SystemSet::NIC_VPN:
-        addItems<HMI::SystemSet::NIC_VPN>();
-        break;
-    }
+    if (isAddressAdapter(nic))
+        addAddressRows(nic);
+    else if (nic == HMI::SystemSet::NIC_4G)
+        m_rows.insert(nic, addModemRows());
+    else if (nic == HMI::SystemSet::NIC_VPN)
+        m_rows.insert(nic, addVpnRows());
 }
 
 // Row builders
@@ -446,75 +443,64 @@ QQuickImage *CardNetwork::addColumnItemImage(QQuickItem *row, const QString &sou
     return image;
 }
 
-// Wired and Wi-Fi adapters
+// 4G modem and VPN rows
 
-template<HMI::SystemSet::NIC N>
-void CardNetwork::addItems()
+/// The first row of the 4G modem and of the VPN: the interface's name and its on/off switch.
+QQuickItem *CardNetwork::addOnOffRow(NIC nic, const char *label)
 {
-    if constexpr (N == HMI::SystemSet::NIC_4G) {
-        HMI::SystemSet &panel = Panel::instance();
-        QList<QQuickItem *> rows;
-
-        QQuickItem *row = addColumnItemRoot(0.78);
-        addColumnItemText(row, QT_TRANSLATE_NOOP("CardNetwork", "4G"));
-        BeepSwitch *onOff = addColumnItemSwitch(row, panel.isNicEnabled(N));
-        m_enableSwitches.insert(N, onOff);
-        connect(onOff, &QQuickAbstractButton::clicked, this, [this, onOff] {
-            enableNIC<N>(onOff->on());
-            Q_EMIT netDisabledChanged();
-            reloadDnsCard();
-        });
-        rows << row;
-
-        row = addColumnItemRoot(32.0 / 31.0);
-        addColumnItemText(row, QT_TRANSLATE_NOOP("CardNetwork", "Signal"));
-        m_signalImage = addColumnItemImage(row, QStringLiteral("qrc:/setting/icons/singal4G_3.png"));
-        rows << row;
-
-        row = addColumnItemRoot(32.0 / 31.0);
-        addColumnItemText(row, QT_TRANSLATE_NOOP("CardNetwork", "Connection Status"));
-        m_4GStateText = addColumnItemTextR(row);
-        setMultilingualText(m_4GStateText, [this] { return translated(m_4GStateSource); });
-        rows << row;
-
-        m_rows.insert(N, rows);
-    } else if constexpr (N == HMI::SystemSet::NIC_VPN) {
-        HMI::SystemSet &panel = Panel::instance();
-        QList<QQuickItem *> rows;
-
-        QQuickItem *row = addColumnItemRoot(0.78);
-        addColumnItemText(row, QT_TRANSLATE_NOOP("CardNetwork", "VPN"));
-        BeepSwitch *onOff = addColumnItemSwitch(row, panel.isNicEnabled(N));
-        m_enableSwitches.insert(N, onOff);
-        connect(onOff, &QQuickAbstractButton::clicked, this, [this, onOff] {
-            enableNIC<N>(onOff->on());
-            Q_EMIT netDisabledChanged();
-            reloadDnsCard();
-        });
-        rows << row;
-
-        row = addColumnItemRoot(32.0 / 31.0);
-        addColumnItemText(row, QT_TRANSLATE_NOOP("CardNetwork", "Server"));
-        m_serverComboBox = addColumnItemComboBox(row);
-        fillServerList();
-        m_serverComboBox->setCurrentIndex(panel.getVPNServer());
-        // The server can be changed only while the tunnel is down.
-        m_serverComboBox->setEnabled(!onOff->on());
-        m_serverComboBox->setOpacity(onOff->on() ? 0.5 : 1.0);
-        connect(m_serverComboBox, &ComboBox::currentIndexChanged, this, &CardNetwork::onServerPicked);
-        rows << row;
-
-        row = addColumnItemRoot(32.0 / 31.0);
-        addColumnItemText(row, QT_TRANSLATE_NOOP("CardNetwork", "Connection Status"));
-        m_vpnStateText = addColumnItemTextR(row);
-        setMultilingualText(m_vpnStateText, [this] { return translated(m_vpnStateSource); });
-        rows << row;
-
-        m_rows.insert(N, rows);
-    } else {
-        addAddressRows(N);
-    }
+    QQuickItem *row = addColumnItemRoot(0.78);
+    addColumnItemText(row, label);
+    BeepSwitch *onOff = addColumnItemSwitch(row, Panel::instance().isNicEnabled(nic));
+    m_enableSwitches.insert(nic, onOff);
+    connect(onOff, &QQuickAbstractButton::clicked, this,
+            [this, nic, onOff] { setInterfaceOn(nic, onOff->on()); });
+    return row;
 }
+
+/// A "Connection Status" row whose state @p text shows the translation of @p *source.
+QQuickItem *CardNetwork::addStateRow(QQuickText *&text, const char *const *source)
+{
+    QQuickItem *row = addColumnItemRoot(32.0 / 31.0);
+    addColumnItemText(row, QT_TRANSLATE_NOOP("CardNetwork", "Connection Status"));
+    text = addColumnItemTextR(row);
+    setMultilingualText(text, [source] { return translated(*source); });
+    return row;
+}
+
+QList<QQuickItem *> CardNetwork::addModemRows()
+{
+    QList<QQuickItem *> rows{addOnOffRow(HMI::SystemSet::NIC_4G, QT_TRANSLATE_NOOP("CardNetwork", "4G"))};
+
+    QQuickItem *row = addColumnItemRoot(32.0 / 31.0);
+    addColumnItemText(row, QT_TRANSLATE_NOOP("CardNetwork", "Signal"));
+    m_signalImage = addColumnItemImage(row, QStringLiteral("qrc:/setting/icons/singal4G_3.png"));
+    rows << row;
+
+    rows << addStateRow(m_4GStateText, &m_4GStateSource);
+    return rows;
+}
+
+QList<QQuickItem *> CardNetwork::addVpnRows()
+{
+    QList<QQuickItem *> rows{addOnOffRow(HMI::SystemSet::NIC_VPN, QT_TRANSLATE_NOOP("CardNetwork", "VPN"))};
+    const bool on = m_enableSwitches.value(HMI::SystemSet::NIC_VPN)->on();
+
+    QQuickItem *row = addColumnItemRoot(32.0 / 31.0);
+    addColumnItemText(row, QT_TRANSLATE_NOOP("CardNetwork", "Server"));
+    m_serverComboBox = addColumnItemComboBox(row);
+    fillServerList();
+    m_serverComboBox->setCurrentIndex(Panel::instance().getVPNServer());
+    // The server can be changed only while the tunnel is down.
+    m_serverComboBox->setEnabled(!on);
+    m_serverComboBox->setOpacity(on ? 0.5 : 1.0);
+    connect(m_serverComboBox, &ComboBox::currentIndexChanged, this, &CardNetwork::onServerPicked);
+    rows << row;
+
+    rows << addStateRow(m_vpnStateText, &m_vpnStateSource);
+    return rows;
+}
+
+// Wired and Wi-Fi adapters
 
 void CardNetwork::addAddressRows(NIC nic)
 {
@@ -543,22 +529,10 @@ void CardNetwork::addAddressRows(NIC nic)
     });
     rows << row;
 
-    const struct
-    {
-        const char *label;
-        QHash<int, CIpInput *> *inputs;
-        AddressGetter stored;
-        AddressSetter write;
-    } addresses[] = {
-        {QT_TRANSLATE_NOOP("CardNetwork", "IP Address"), &m_ipInputs, &HMI::SystemSet::getIpFromEE,
-         &HMI::SystemSet::setIp},
-        {QT_TRANSLATE_NOOP("CardNetwork", "Subnet Mask"), &m_maskInputs, &HMI::SystemSet::getSubnetMaskFromEE,
-         &HMI::SystemSet::setSubnetMask},
-        {QT_TRANSLATE_NOOP("CardNetwork", "Default Gateway"), &m_gatewayInputs,
-         &HMI::SystemSet::getGatewayFromEE, &HMI::SystemSet::setGateway},
-    };
+    static_assert(std::size(AddressRows) == AddressFieldCount);
     CIpInput *firstInput = nullptr;
-    for (const auto &address : addresses) {
+    for (int field = 0; field < AddressFieldCount; ++field) {
+        const auto &address = AddressRows[field];
         row = addColumnItemRoot(0.75);
         addColumnItemText(row, address.label);
         CIpInput *input = addColumnItemIp(row, (panel.*address.stored)(nic));
@@ -566,7 +540,7 @@ void CardNetwork::addAddressRows(NIC nic)
         if (!input)
             continue;
         firstInput = firstInput ? firstInput : input;
-        address.inputs->insert(nic, input);
+        m_addressInputs[field].insert(nic, input);
         // Only a finished edit is written; the field has validated what it delivers.
         connect(input, &CIpInput::ipChangedByEdit, this, [nic, write = address.write](unsigned int ip) {
             (Panel::instance().*write)(nic, HMI::IP(ip), true);
@@ -684,77 +658,27 @@ QQuickItem *CardNetwork::addWifiSummaryRow()
     return button;
 }
 
-template<HMI::SystemSet::NIC N>
-void CardNetwork::enableNIC(bool value)
-{
-    HMI::SystemSet &panel = Panel::instance();
-    if constexpr (N == HMI::SystemSet::NIC_4G) {
-        setup4GTimer(value);
-        panel.enableNIC(N, value, true);
-    } else if constexpr (N == HMI::SystemSet::NIC_VPN) {
-        if (m_serverComboBox) {
-            m_serverComboBox->setEnabled(!value);
-            m_serverComboBox->setOpacity(value ? 0.5 : 1.0);
-        }
-        if (value) {
-            updateVPNStatus();
-            panel.enableNIC(N, true, true);
-        } else {
-            panel.resetVPNIp(panel.getVPNServer());
-            updateVPNStatus();
-            panel.enableNIC(N, false, true);
-        }
-    } else {
-        // For wired and Wi-Fi adapters the switch says "Disable Network": on means switched off.
-        const bool disable = value;
-        panel.enableNIC(N, !disable, true);
-        if (!disable && !isStatic_FromSwitch(N)) {
-            // A DHCP adapter that comes back asks for an address a second later, unless the user has
-            // changed the switches in the meantime.
-            QTimer::singleShot(DhcpAfterEnableMs, this, [this] {
-                if (isEnable_FromSwitch(N) && !isStatic_FromSwitch(N))
-                    enableStatic<N>(false);
-            });
-        }
-        if constexpr (N == HMI::SystemSet::NIC_WIFI) {
-            Q_EMIT wifiEnableChanged(!disable);
-            if (disable)
-                stopWifiTimer();
-            else if (m_currentNIC == N)
-                startWifiTimer();
-            updateWifiStatus();
-        }
-    }
-}
-
-template<HMI::SystemSet::NIC N>
-void CardNetwork::enableStatic(bool on)
-{
-    CardNetwork *card = this;
-    Panel::instance().setDHCP(
-        N, !on,
-        [card](HMI::SystemSet::DHCP_STATE state) {
-            // On the library's thread: hand the outcome to the card's thread, touching nothing here.
-            QMetaObject::invokeMethod(
-                card, [card, state] { card->onEnableDHCP(N, state); }, Qt::QueuedConnection);
-        },
-        true);
-}
-
+/// A "Disable Network" switch of a wired or Wi-Fi adapter was pressed.
 void CardNetwork::setAdapterDisabled(NIC nic, bool disable)
 {
-    switch (nic) {
-    case HMI::SystemSet::NIC_LAN0:
-        enableNIC<HMI::SystemSet::NIC_LAN0>(disable);
-        break;
-    case HMI::SystemSet::NIC_LAN1:
-        enableNIC<HMI::SystemSet::NIC_LAN1>(disable);
-        break;
-    case HMI::SystemSet::NIC_WIFI:
-        enableNIC<HMI::SystemSet::NIC_WIFI>(disable);
-        break;
-    default:
+    if (!isAddressAdapter(nic))
         return;
+    Panel::instance().enableNIC(nic, !disable, true);
+    if (!disable && !isStatic_FromSwitch(nic)) {
+        // A DHCP adapter that comes back asks for an address a second later, unless the user has changed
+        // the switches in the meantime.
+        QTimer::singleShot(DhcpAfterEnableMs, this, [this, nic] {
+            if (isEnable_FromSwitch(nic) && !isStatic_FromSwitch(nic))
+                setStatic(nic, false);
+        });
+    }
+    if (nic == HMI::SystemSet::NIC_WIFI) {
+        Q_EMIT wifiEnableChanged(!disable);
+        if (disable)
+            stopWifiTimer();
+        else if (m_currentNIC == nic)
+            startWifiTimer();
+        updateWifiStatus();
     }
     if (BeepSwitch *staticIp = m_staticSwitches.value(nic))
         staticIp->onChangeEnabled(isEnable_FromSwitch(nic));
@@ -762,21 +686,45 @@ void CardNetwork::setAdapterDisabled(NIC nic, bool disable)
     reloadDnsCard();
 }
 
+/// The switch of the 4G modem or of the VPN was pressed.
+void CardNetwork::setInterfaceOn(NIC nic, bool on)
+{
+    HMI::SystemSet &panel = Panel::instance();
+    if (nic == HMI::SystemSet::NIC_4G) {
+        setup4GTimer(on);
+        panel.enableNIC(nic, on, true);
+    } else {
+        if (m_serverComboBox) {
+            m_serverComboBox->setEnabled(!on);
+            m_serverComboBox->setOpacity(on ? 0.5 : 1.0);
+        }
+        if (on) {
+            updateVPNStatus();
+            panel.enableNIC(nic, true, true);
+        } else {
+            panel.resetVPNIp(panel.getVPNServer());
+            updateVPNStatus();
+            panel.enableNIC(nic, false, true);
+        }
+    }
+    Q_EMIT netDisabledChanged();
+    reloadDnsCard();
+}
+
+/// Asks the system for DHCP (@p on false) or the static configuration of a wired or Wi-Fi adapter.
 void CardNetwork::setStatic(NIC nic, bool on)
 {
-    switch (nic) {
-    case HMI::SystemSet::NIC_LAN0:
-        enableStatic<HMI::SystemSet::NIC_LAN0>(on);
-        break;
-    case HMI::SystemSet::NIC_LAN1:
-        enableStatic<HMI::SystemSet::NIC_LAN1>(on);
-        break;
-    case HMI::SystemSet::NIC_WIFI:
-        enableStatic<HMI::SystemSet::NIC_WIFI>(on);
-        break;
-    default:
-        break;
-    }
+    if (!isAddressAdapter(nic))
+        return;
+    CardNetwork *card = this;
+    Panel::instance().setDHCP(
+        nic, !on,
+        [card, nic](HMI::SystemSet::DHCP_STATE state) {
+            // On the library's thread: hand the outcome to the card's thread, touching nothing here.
+            QMetaObject::invokeMethod(
+                card, [card, nic, state] { card->onEnableDHCP(nic, state); }, Qt::QueuedConnection);
+        },
+        true);
 }
 
 void CardNetwork::onEnableDHCP(NIC nic, HMI::SystemSet::DHCP_STATE state)
@@ -793,13 +741,10 @@ void CardNetwork::showBuiltAddresses(NIC nic)
     HMI::SystemSet &panel = Panel::instance();
     const bool live = nic == HMI::SystemSet::NIC_WIFI ? panel.isWifiConnected() : panel.isDhcpOn(nic);
     if (live) {
-        updateDisplay_IP(nic);
-        updateDisplay_SubnetMask(nic);
-        updateDisplay_Gateway(nic);
+        showLiveAddresses(nic);
     } else if (!panel.isDhcpOn(nic)) {
-        showAddress(m_ipInputs.value(nic), panel.getIpFromEE(nic));
-        showAddress(m_maskInputs.value(nic), panel.getSubnetMaskFromEE(nic));
-        showAddress(m_gatewayInputs.value(nic), panel.getGatewayFromEE(nic));
+        for (int field = 0; field < AddressFieldCount; ++field)
+            showAddress(m_addressInputs[field].value(nic), (panel.*AddressRows[field].stored)(nic));
     }
 }
 
@@ -808,8 +753,8 @@ void CardNetwork::clearWifiAddresses()
     // A static configuration stays on show: it is the adapter's own, not the network's.
     if (isStatic_FromSwitch(HMI::SystemSet::NIC_WIFI))
         return;
-    for (const auto *inputs : {&m_ipInputs, &m_maskInputs, &m_gatewayInputs}) {
-        CIpInput *input = inputs->value(HMI::SystemSet::NIC_WIFI);
+    for (const auto &inputs : m_addressInputs) {
+        CIpInput *input = inputs.value(HMI::SystemSet::NIC_WIFI);
         if (input && !input->editing())
             input->clear();
     }
@@ -834,29 +779,31 @@ bool CardNetwork::allow_ModifyIPInfo(HMI::SystemSet::NIC nic) const
     return isStatic_FromSwitch(nic) && isEnable_FromSwitch(nic);
 }
 
+void CardNetwork::updateAddressEnable(AddressField field, NIC nic)
+{
+    if (CIpInput *input = m_addressInputs[field].value(nic))
+        input->setEnabled(allow_ModifyIPInfo(nic));
+}
+
 void CardNetwork::updateEnable_IP(NIC nic)
 {
-    if (CIpInput *input = m_ipInputs.value(nic))
-        input->setEnabled(allow_ModifyIPInfo(nic));
+    updateAddressEnable(IpAddress, nic);
 }
 
 void CardNetwork::updateEnable_SubnetMask(NIC nic)
 {
-    if (CIpInput *input = m_maskInputs.value(nic))
-        input->setEnabled(allow_ModifyIPInfo(nic));
+    updateAddressEnable(SubnetMask, nic);
 }
 
 void CardNetwork::updateEnable_Gateway(NIC nic)
 {
-    if (CIpInput *input = m_gatewayInputs.value(nic))
-        input->setEnabled(allow_ModifyIPInfo(nic));
+    updateAddressEnable(DefaultGateway, nic);
 }
 
 void CardNetwork::updateAddressEnables(NIC nic)
 {
-    updateEnable_IP(nic);
-    updateEnable_SubnetMask(nic);
-    updateEnable_Gateway(nic);
+    for (int field = 0; field < AddressFieldCount; ++field)
+        updateAddressEnable(AddressField(field), nic);
 }
 
 void CardNetwork::updateAllAddressEnables()
@@ -865,34 +812,39 @@ void CardNetwork::updateAllAddressEnables()
         updateAddressEnables(nic);
 }
 
-void CardNetwork::updateDisplay_IP(NIC nic)
+void CardNetwork::showLiveAddress(AddressField field, NIC nic)
 {
     HMI::SystemSet &panel = Panel::instance();
     if (panel.isNicEnabled(nic) && isEnable_FromSwitch(nic))
-        showAddress(m_ipInputs.value(nic), panel.getIp(nic));
+        showAddress(m_addressInputs[field].value(nic), (panel.*AddressRows[field].live)(nic));
+}
+
+void CardNetwork::showLiveAddresses(NIC nic)
+{
+    for (int field = 0; field < AddressFieldCount; ++field)
+        showLiveAddress(AddressField(field), nic);
+}
+
+void CardNetwork::updateDisplay_IP(NIC nic)
+{
+    showLiveAddress(IpAddress, nic);
 }
 
 void CardNetwork::updateDisplay_SubnetMask(NIC nic)
 {
-    HMI::SystemSet &panel = Panel::instance();
-    if (panel.isNicEnabled(nic) && isEnable_FromSwitch(nic))
-        showAddress(m_maskInputs.value(nic), panel.getSubnetMask(nic));
+    showLiveAddress(SubnetMask, nic);
 }
 
 void CardNetwork::updateDisplay_Gateway(NIC nic)
 {
-    HMI::SystemSet &panel = Panel::instance();
-    if (panel.isNicEnabled(nic) && isEnable_FromSwitch(nic))
-        showAddress(m_gatewayInputs.value(nic), panel.getGateway(nic));
+    showLiveAddress(DefaultGateway, nic);
 }
 
 void CardNetwork::updateNetInfoDisplay(HMI::SystemSet::NIC nic)
 {
     if (!Panel::instance().isNicEnabled(nic))
         return;
-    updateDisplay_IP(nic);
-    updateDisplay_SubnetMask(nic);
-    updateDisplay_Gateway(nic);
+    showLiveAddresses(nic);
     reloadDnsCard();
 }
 
@@ -977,6 +929,18 @@ void CardNetwork::onOpened()
     reloadDnsCard();
 }
 
+// Status timers
+
+/// @p timer, made on first use to call @p update at every timeout.
+QTimer *CardNetwork::pollTimer(QTimer *&timer, void (CardNetwork::*update)())
+{
+    if (!timer) {
+        timer = new QTimer(this);
+        connect(timer, &QTimer::timeout, this, update);
+    }
+    return timer;
+}
+
 // 4G modem
 
 void CardNetwork::setup4GTimer(bool run)
@@ -987,12 +951,8 @@ void CardNetwork::setup4GTimer(bool run)
         clear4GDisplay();
         return;
     }
-    if (!m_4GTimer) {
-        m_4GTimer = new QTimer(this);
-        connect(m_4GTimer, &QTimer::timeout, this, &CardNetwork::update4GSignal);
-    }
     clear4GDisplay();
-    m_4GTimer->start(ModemPollMs);
+    pollTimer(m_4GTimer, &CardNetwork::update4GSignal)->start(ModemPollMs);
     update4GSignal();
 }
 
@@ -1119,12 +1079,9 @@ void CardNetwork::setWifiConnecting(bool connecting)
 
 void CardNetwork::startWifiTimer()
 {
-    if (!m_wifiTimer) {
-        m_wifiTimer = new QTimer(this);
-        connect(m_wifiTimer, &QTimer::timeout, this, &CardNetwork::updateWifiStatus);
-    }
-    if (!m_wifiTimer->isActive())
-        m_wifiTimer->start(WifiPollMs);
+    QTimer *timer = pollTimer(m_wifiTimer, &CardNetwork::updateWifiStatus);
+    if (!timer->isActive())
+        timer->start(WifiPollMs);
 }
 
 void CardNetwork::stopWifiTimer()
@@ -1142,16 +1099,20 @@ void CardNetwork::updateWifiTimer()
     updateWifiStatus();
 }
 
+void CardNetwork::showWifiOffline()
+{
+    setStateText(m_wifiStateText, m_wifiStateSource, QT_TRANSLATE_NOOP("CardNetwork", "Offline"), MutedColor);
+    m_wifiSsidUnknown = false;
+    m_wifiSsidText->setText(QString());
+}
+
 void CardNetwork::updateWifiStatus()
 {
     // While the Wi-Fi card connects, the summary keeps what it showed.
     if (!m_wifiButton || m_wifiConnecting)
         return;
     if (!Panel::instance().isNicEnabled(HMI::SystemSet::NIC_WIFI)) {
-        setStateText(m_wifiStateText, m_wifiStateSource, QT_TRANSLATE_NOOP("CardNetwork", "Offline"),
-                     MutedColor);
-        m_wifiSsidUnknown = false;
-        m_wifiSsidText->setText(QString());
+        showWifiOffline();
         stopWifiTimer();
         return;
     }
@@ -1172,10 +1133,7 @@ void CardNetwork::updateWifiStatus()
         if (wifiCard && wifiCard->metaObject()->indexOfMethod("updateSignalStrength()") >= 0)
             QMetaObject::invokeMethod(wifiCard, "updateSignalStrength");
     } else {
-        setStateText(m_wifiStateText, m_wifiStateSource, QT_TRANSLATE_NOOP("CardNetwork", "Offline"),
-                     MutedColor);
-        m_wifiSsidUnknown = false;
-        m_wifiSsidText->setText(QString());
+        showWifiOffline();
         if (m_wifiWasConnected)
             clearWifiAddresses();
     }

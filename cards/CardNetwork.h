@@ -122,21 +122,24 @@ protected:
     void componentComplete() override;
 
 private:
-    template<HMI::SystemSet::NIC N>
-    void addNicButton();
-    template<HMI::SystemSet::NIC N>
-    void addItems();
-    template<HMI::SystemSet::NIC N>
-    void enableNIC(bool value);
-    template<HMI::SystemSet::NIC N>
-    void enableStatic(bool on);
+    /// The address fields of a wired or Wi-Fi adapter, in the order of their rows.
+    enum AddressField { IpAddress, SubnetMask, DefaultGateway, AddressFieldCount };
 
     void addNicButtons();
+    void addNicButton(NIC nic);
     void addAddressRows(NIC nic);
     QQuickItem *addWifiSummaryRow();
+    QList<QQuickItem *> addModemRows();
+    QList<QQuickItem *> addVpnRows();
+    QQuickItem *addOnOffRow(NIC nic, const char *label);
+    QQuickItem *addStateRow(QQuickText *&text, const char *const *source);
     void setAdapterDisabled(NIC nic, bool disable);
+    void setInterfaceOn(NIC nic, bool on);
     void setStatic(NIC nic, bool on);
     void onEnableDHCP(NIC nic, HMI::SystemSet::DHCP_STATE state);
+    void updateAddressEnable(AddressField field, NIC nic);
+    void showLiveAddress(AddressField field, NIC nic);
+    void showLiveAddresses(NIC nic);
     void showBuiltAddresses(NIC nic);
     void clearWifiAddresses();
     void updateAddressEnables(NIC nic);
@@ -145,12 +148,14 @@ private:
     void setStateText(QQuickText *text, const char *&source, const char *newSource, const QColor &color);
     void reloadDnsCard();
     void onOpened();
+    QTimer *pollTimer(QTimer *&timer, void (CardNetwork::*update)());
     void setup4GTimer(bool run);
     void clear4GDisplay();
     void fillServerList();
     void onServerPicked();
     void startWifiTimer();
     void stopWifiTimer();
+    void showWifiOffline();
 
     int m_rowHeight = 62;
     int m_fontPixelSize = 20;
@@ -164,9 +169,7 @@ private:
     QHash<int, QList<QQuickItem *>> m_rows;
     QHash<int, BeepSwitch *> m_enableSwitches; ///< "Disable Network" (on = off), and the 4G and VPN switches
     QHash<int, BeepSwitch *> m_staticSwitches;
-    QHash<int, CIpInput *> m_ipInputs;
-    QHash<int, CIpInput *> m_maskInputs;
-    QHash<int, CIpInput *> m_gatewayInputs;
+    QHash<int, CIpInput *> m_addressInputs[AddressFieldCount]; ///< by AddressField, then by adapter
 
     QQuickImage *m_signalImage = nullptr;
     QQuickText *m_4GStateText = nullptr;

@@ -132,6 +132,16 @@ void callNetworkCard(const char *name, T value)
     }
 }
 
+/// The callback of a scan or a reset: it runs on the system's thread and hands the list to @p card's.
+auto scanResultTo(CardWifi *card)
+{
+    return [card](std::unique_ptr<std::vector<SsidInfo>> list) {
+        QMetaObject::invokeMethod(
+            card, [card, list = std::move(list)]() mutable { card->onScanResult(std::move(list)); },
+            Qt::QueuedConnection);
+    };
+}
+
 } // namespace
 
 CardWifi::CardWifi(QQuickItem *parent)
@@ -358,12 +368,7 @@ void CardWifi::scanWifi()
     if (m_cardState == Scanning || m_cardState == Connecting)
         return;
     setState(Scanning);
-    CardWifi *card = this;
-    panel().scanWifi([card](std::unique_ptr<std::vector<SsidInfo>> list) {
-        QMetaObject::invokeMethod(
-            card, [card, list = std::move(list)]() mutable { card->onScanResult(std::move(list)); },
-            Qt::QueuedConnection);
-    });
+    panel().scanWifi(scanResultTo(this));
 }
 
 void CardWifi::onScanResult(std::unique_ptr<std::vector<SsidInfo>> list)
@@ -555,7 +560,9 @@ CardWifi::WIFI_INFO *CardWifi::findWifiBySsid(const HMI::SSID &ssid)
 
 CardWifi::WIFI_INFO *CardWifi::findWifiByCurrentSsid()
 {
-    return findWifiBySsid(panel().currentWifiSsid());
+    HMI::SSID ssid = panel().currentWifiSsid();
+    ssid[32] = 0; // as in the list: a 32-byte name has no terminator of its own
+    return findWifiBySsid(ssid);
 }
 
 void CardWifi::onWifiReset()
@@ -570,12 +577,7 @@ void CardWifi::onWifiReset()
     if (m_cardState == Scanning)
         return;
     setState(Scanning);
-    CardWifi *card = this;
-    panel().resetWifi([card](std::unique_ptr<std::vector<SsidInfo>> list) {
-        QMetaObject::invokeMethod(
-            card, [card, list = std::move(list)]() mutable { card->onScanResult(std::move(list)); },
-            Qt::QueuedConnection);
-    });
+    panel().resetWifi(scanResultTo(this));
 }
 
 // ---- Connecting and the password dialog ----

@@ -1,5 +1,6 @@
 #include "AppRootItem.h"
-#include "BeepButton.h"
+#include "BeepSwitch.h"
+#include "BrightButton.h"
 #include "CardBrightness.h"
 #include "CardTime.h"
 #include "GlobalInfo.h"
@@ -9,12 +10,9 @@
 
 #include <QQuickWindow>
 #include <QSignalSpy>
-#include <QtQuick/private/qquickrectangle_p.h>
-#include <QtQuick/private/qquicktext_p.h>
 #include <QtQuick/private/qquicktextinput_p.h>
+#include <QtQuickTemplates2/private/qquickslider_p.h>
 #include <QtTest>
-
-#include <atomic>
 
 using HMI::PanelSimulator;
 using QSP::AppRootItem;
@@ -41,17 +39,6 @@ QStringList lines(std::initializer_list<const char *> texts)
     return result;
 }
 
-/// The items under @p under of the C++ class @p className, in tree order.
-QList<QQuickItem *> itemsOf(QQuickItem *under, const char *className)
-{
-    QList<QQuickItem *> found;
-    for (QQuickItem *item : under->findChildren<QQuickItem *>()) {
-        if (item->inherits(className))
-            found << item;
-    }
-    return found;
-}
-
 } // namespace
 
 /// The General page as a person uses it: brightness slider and step buttons, buzzer switch, clock.
@@ -61,13 +48,10 @@ class tst_GeneralPage : public QObject
 
 private Q_SLOTS:
     void initTestCase();
-    void pageLayout();
-    void levelReadOutOfRange();
-    void heldStepButton_data();
-    void heldStepButton();
+    void stepButtons_data();
+    void stepButtons();
     void sliderDrag_data();
     void sliderDrag();
-    void buzzerSwitch_data();
     void buzzerSwitch();
     void setDateAndTime_data();
     void setDateAndTime();
@@ -77,11 +61,7 @@ private:
     /// The minus button comes first in the row, the plus button last.
     QQuickItem *stepButton(bool increment) const
     {
-        return itemsOf(m_brightness, "QSP::BrightButton").value(increment);
-    }
-    QQuickItem *switchItem() const
-    {
-        return itemsOf(f.card(AppRootItem::Card_Buzzer), "QSP::BeepSwitch").value(0);
+        return m_brightness->findChildren<QSP::BrightButton *>().value(increment);
     }
     void press(QQuickItem *item) { QTest::mousePress(f.window(), Qt::LeftButton, {}, f.centreOf(item)); }
 
@@ -99,64 +79,45 @@ void tst_GeneralPage::initTestCase()
     QVERIFY(f.showPage(AppRootItem::MI_General));
     m_brightness = qobject_cast<QSP::CardBrightness *>(f.card(AppRootItem::Card_Brightness));
     m_time = qobject_cast<QSP::CardTime *>(f.card(AppRootItem::Card_Time));
-    QVERIFY(m_brightness && m_time && switchItem());
-}
-
-void tst_GeneralPage::pageLayout()
-{
+    QVERIFY(m_brightness && m_time);
+    // The level is shown as read, and nothing is written while the card is made.
     const QStringList texts = ScreenFixture::visibleTexts(f.root()->getCardContainer());
     QCOMPARE(texts.mid(0, 4), lines({"Brightness", "40", "Time", "Date & Time"}));
     QCOMPARE(texts.count(QStringLiteral("Buzzer")), 2); // caption and switch label
-
-    // 1024 wide in landscape: a unit of 54 (54.4 for the clock, not rounded).
-    QCOMPARE(m_brightness->brightnessTitleRowHeight(), 54);
-    QCOMPARE(m_time->timeTitleRowHeight(), 54.4);
-    QCOMPARE(stepButton(true)->width(), 30.0);
-    auto *clock = qobject_cast<QQuickText *>(ScreenFixture::findText(m_time, m_time->currentDateTime()));
-    QVERIFY(clock);
-    QCOMPARE(clock->color(), QColor(QStringLiteral("#3482FF")));
-}
-
-void tst_GeneralPage::levelReadOutOfRange()
-{
-    // Shown as read (pageLayout), and nothing written while the card was made.
     QVERIFY(logged("setBright").isEmpty());
-
-    PanelSimulator::clearCallLog();
-    QVERIFY(f.clickButton(stepButton(false)));
-    QCOMPARE(logged("setBright"), lines({"setBright 32 0", "setBright 32 1"}));
-    QVERIFY(ScreenFixture::findText(m_brightness, QStringLiteral("32")));
 }
 
-void tst_GeneralPage::heldStepButton_data()
+void tst_GeneralPage::stepButtons_data()
 {
-    QTest::addColumn<int>("start");
+    QTest::addColumn<int>("start"); // 0: the level as read (the first row runs first)
     QTest::addColumn<bool>("increment");
+    QTest::addColumn<int>("holdMs"); // 0: a tap
     QTest::addColumn<QStringList>("writes");
-    QTest::newRow("plus held at 32") << 32 << true << lines({"setBright 32 1"});
-    QTest::newRow("minus held at 1") << 1 << false << lines({"setBright 1 1"});
+    QTest::newRow("minus tapped at 40") << 0 << false << 0 << lines({"setBright 32 0", "setBright 32 1"});
+    QTest::newRow("plus held at 32") << 32 << true << 800 << lines({"setBright 32 1"});
+    QTest::newRow("minus held at 1") << 1 << false << 800 << lines({"setBright 1 1"});
     QTest::newRow("plus held from 30 stops at 32")
-        << 30 << true << lines({"setBright 31 0", "setBright 32 0", "setBright 32 1"});
+        << 30 << true << 800 << lines({"setBright 31 0", "setBright 32 0", "setBright 32 1"});
 }
 
-void tst_GeneralPage::heldStepButton()
+void tst_GeneralPage::stepButtons()
 {
     QFETCH(int, start);
     QFETCH(bool, increment);
-    QFETCH(QStringList, writes);
-    m_brightness->setBrightnessValue(start);
-    QCOMPARE(m_brightness->brightnessValue(), start);
+    QFETCH(int, holdMs);
+    if (start)
+        m_brightness->setBrightnessValue(start);
     PanelSimulator::clearCallLog();
 
     // Held for several auto-repeat steps once the card pool's press delay has passed.
     QQuickItem *button = stepButton(increment);
     press(button);
     QTRY_VERIFY(button->property("pressed").toBool());
-    QTest::qWait(800);
+    QTest::qWait(holdMs);
     QTest::mouseRelease(f.window(), Qt::LeftButton, {}, f.centreOf(button));
 
-    QCOMPARE(logged("setBright"), writes);
-    QVERIFY(ScreenFixture::calls("beep 1") >= 2); // every repetition clicks, also at the limit
+    QTEST(logged("setBright"), "writes");
+    QVERIFY(ScreenFixture::calls("beep 1") >= (holdMs ? 2 : 1)); // every repetition clicks, also at the limit
     QVERIFY(ScreenFixture::findText(m_brightness, QString::number(m_brightness->brightnessValue())));
 }
 
@@ -175,7 +136,7 @@ void tst_GeneralPage::sliderDrag()
     QFETCH(qreal, towards);
     QFETCH(int, level);
     m_brightness->setBrightnessValue(from);
-    QQuickItem *slider = itemsOf(m_brightness, "QQuickSlider").value(0);
+    auto *slider = m_brightness->findChild<QQuickSlider *>();
     QVERIFY(slider);
     auto *handle = slider->property("handle").value<QQuickItem *>();
     QVERIFY(handle);
@@ -208,44 +169,25 @@ void tst_GeneralPage::sliderDrag()
     QVERIFY(ScreenFixture::findText(m_brightness, QString::number(level)));
 }
 
-void tst_GeneralPage::buzzerSwitch_data()
-{
-    QTest::addColumn<bool>("initiallyOn");
-    QTest::addColumn<int>("beeps");
-    QTest::newRow("off: the last click") << true << 1;
-    QTest::newRow("on: silent") << false << 0;
-}
-
 void tst_GeneralPage::buzzerSwitch()
 {
-    QFETCH(bool, initiallyOn);
-    QFETCH(int, beeps);
     // Changed by another program while the screen is closed: each opening shows the panel's state.
-    QQuickItem *toggle = switchItem();
-    for (bool on : {!initiallyOn, initiallyOn}) {
+    auto *toggle = f.card(AppRootItem::Card_Buzzer)->findChild<QSP::BeepSwitch *>();
+    QVERIFY(toggle);
+    for (bool on : {false, true}) {
         f.close();
         QVERIFY(PanelSimulator::loadStateJson(on ? R"({"buzzer": true})" : R"({"buzzer": false})"));
         f.open();
-        QCOMPARE(toggle->property("on").toBool(), on);
+        QCOMPARE(toggle->on(), on);
     }
-
-    std::atomic<int> guiThreadWrites{0};
-    PanelSimulator::setCallObserver(
-        [&guiThreadWrites, gui = QThread::currentThread()](const std::string &line) {
-            if (line.rfind("setBuzzerOn", 0) == 0 && QThread::currentThread() == gui)
-                ++guiThreadWrites;
-        });
-    PanelSimulator::clearCallLog();
-    QVERIFY(f.clickButton(toggle));
-    PanelSimulator::setCallObserver({});
-
-    QCOMPARE(ScreenFixture::calls("beep"), beeps);
-    QCOMPARE(logged("setBuzzerOn"), QStringList(QStringLiteral("setBuzzerOn %1").arg(int(!initiallyOn))));
-    QCOMPARE(guiThreadWrites.load(), 0);
-    QCOMPARE(toggle->property("on").toBool(), !initiallyOn);
-    auto *track = toggle->property("background").value<QQuickRectangle *>();
-    QVERIFY(track);
-    QCOMPARE(track->color(), QColor(initiallyOn ? QStringLiteral("#C9CDD4") : QStringLiteral("#3482FF")));
+    // Switched off, it clicks a last time; switched on, it is silent.
+    for (bool wasOn : {true, false}) {
+        PanelSimulator::clearCallLog();
+        QVERIFY(f.clickButton(toggle));
+        QCOMPARE(ScreenFixture::calls("beep"), wasOn ? 1 : 0);
+        QCOMPARE(logged("setBuzzerOn"), QStringList(QStringLiteral("setBuzzerOn %1").arg(int(!wasOn))));
+        QCOMPARE(toggle->on(), !wasOn);
+    }
 }
 
 void tst_GeneralPage::setDateAndTime_data()
@@ -262,12 +204,12 @@ void tst_GeneralPage::setDateAndTime()
     QTRY_VERIFY(m_time->currentDateTime() != shown); // back on the running clock
     QVERIFY(PanelSimulator::loadStateJson(settable ? R"({"clockSettable": true})"
                                                    : R"({"clockSettable": false})"));
-    QVERIFY(f.clickButton(itemsOf(m_time, "QSP::BeepButton").value(0)));
+    QVERIFY(f.clickButton(m_time->findChild<QSP::BeepButton *>()));
     auto *popup = m_time->findChild<TimeEditPopup *>();
     QVERIFY(popup);
     QTRY_VERIFY(popup->isOpened());
-    QCOMPARE(popup->x(), (f.root()->width() - popup->width()) / 2);
-    QCOMPARE(popup->y(), (f.root()->height() - popup->height()) / 2);
+    QCOMPARE(popup->position(),
+             QPointF((f.root()->width() - popup->width()) / 2, (f.root()->height() - popup->height()) / 2));
 
     const QStringList typed = lines({"2030", "5", "17", "8", "9", "10"});
     for (int field = TimeEditPopup::Year; field <= TimeEditPopup::Second; ++field) {
@@ -290,26 +232,20 @@ void tst_GeneralPage::setDateAndTime()
 
 void tst_GeneralPage::clockFollowsLanguage()
 {
-    const QString before = m_time->currentDateTime();
-    QTRY_VERIFY_WITH_TIMEOUT(m_time->currentDateTime() != before, 2500); // the clock runs
-
     QSignalSpy changed(m_time, &QSP::CardTime::currentDateTimeChanged);
     QVERIFY(changed.isValid());
     const QLocale chinese(QLocale::Chinese, QLocale::China);
     QSP::GlobalInfo::switchLanguage(chinese);
     QCOMPARE(changed.count(), 1); // at once, not at the next tick
-    QStringList days;
-    for (int day = Qt::Monday; day <= Qt::Sunday; ++day)
-        days << chinese.dayName(day, QLocale::ShortFormat);
-    QVERIFY2(days.contains(m_time->currentDateTime().section(QLatin1Char(' '), 1, 1)),
-             qPrintable(m_time->currentDateTime()));
+    QVERIFY2(m_time->currentDateTime().section(QLatin1Char(' '), 1, 1).startsWith(QStringLiteral("周")),
+             qPrintable(m_time->currentDateTime())); // 周一 to 周日
     QVERIFY(ScreenFixture::findText(m_time, QStringLiteral("日期与时间")));
     QVERIFY(ScreenFixture::findText(f.card(AppRootItem::Card_Buzzer), QStringLiteral("蜂鸣器")));
 
     QSP::GlobalInfo::switchLanguage(QLocale(QLocale::English, QLocale::UnitedStates));
-    QVERIFY(lines({"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"})
-                .contains(m_time->currentDateTime().section(QLatin1Char(' '), 1, 1)));
     QVERIFY(ScreenFixture::findText(m_time, QStringLiteral("Time")));
+    // The clock runs on.
+    QTRY_VERIFY_WITH_TIMEOUT(changed.count() > 2, 2500);
 }
 
 QTEST_MAIN(tst_GeneralPage)
