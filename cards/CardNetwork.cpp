@@ -743,8 +743,10 @@ void CardNetwork::showBuiltAddresses(NIC nic)
     if (live) {
         showLiveAddresses(nic);
     } else if (!panel.isDhcpOn(nic)) {
-        for (int field = 0; field < AddressFieldCount; ++field)
-            showAddress(m_addressInputs[field].value(nic), (panel.*AddressRows[field].stored)(nic));
+        for (int field = 0; field < AddressFieldCount; ++field) {
+            const AddressGetter stored = AddressRows[field].stored;
+            showAddress(m_addressInputs[field].value(nic), (panel.*stored)(nic));
+        }
     }
 }
 
@@ -815,8 +817,10 @@ void CardNetwork::updateAllAddressEnables()
 void CardNetwork::showLiveAddress(AddressField field, NIC nic)
 {
     HMI::SystemSet &panel = Panel::instance();
-    if (panel.isNicEnabled(nic) && isEnable_FromSwitch(nic))
-        showAddress(m_addressInputs[field].value(nic), (panel.*AddressRows[field].live)(nic));
+    if (panel.isNicEnabled(nic) && isEnable_FromSwitch(nic)) {
+        const AddressGetter live = AddressRows[field].live;
+        showAddress(m_addressInputs[field].value(nic), (panel.*live)(nic));
+    }
 }
 
 void CardNetwork::showLiveAddresses(NIC nic)

@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Builds the project with sanitizers and runs the whole test suite under them.
+#   bash scripts/sanitize.sh address   # AddressSanitizer with UndefinedBehaviorSanitizer (build-asan)
+#   bash scripts/sanitize.sh thread    # ThreadSanitizer (build-tsan)
+# Suppressions, each for a finding proven to lie inside Qt or the system libraries: tests/lsan.supp,
+# tests/tsan.supp.
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+kind=${1:-address}
+case "$kind" in
+  address) dir="$root/build-asan" ;;
+  thread) dir="$root/build-tsan" ;;
+  *) echo "usage: $0 address|thread" >&2; exit 2 ;;
+esac
+
+bash "$root/scripts/setup.sh"
+cmake -S "$root" -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQSP_SANITIZE="$kind"
+cmake --build "$dir" --parallel "$(nproc)"
+
+export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1:detect_stack_use_after_return=1"
+export LSAN_OPTIONS="suppressions=$root/tests/lsan.supp:print_suppressions=0"
+export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+export TSAN_OPTIONS="suppressions=$root/tests/tsan.supp:halt_on_error=1:second_deadlock_stack=1"
+cd "$dir"
+ctest --output-on-failure --parallel "$(nproc)" --timeout 900
