@@ -92,10 +92,10 @@ void CardVersion::loadSerialNumber()
     createQRCodeImage(serial.isEmpty() ? QStringLiteral(" ") : serial, int(m_versionTitleRowHeight * 3.1));
 }
 
-bool CardVersion::createQRCodeImage(const QString &text, int size)
+QImage CardVersion::makeQRCodeImage(const QString &text, int size)
 {
     if (size <= 0)
-        return false;
+        return QImage();
 
     int modules = 0;
     std::vector<bool> dark;
@@ -134,6 +134,14 @@ bool CardVersion::createQRCodeImage(const QString &text, int size)
             }
         }
     }
+    return image;
+}
+
+bool CardVersion::createQRCodeImage(const QString &text, int size)
+{
+    if (size <= 0)
+        return false;
+    const QImage image = makeQRCodeImage(text, size);
 
     // No usable temporary directory comes back empty: never fall back to the working or root directory.
     const QString directory = QStandardPaths::writableLocation(QStandardPaths::TempLocation);

@@ -2,6 +2,7 @@
 
 #include "BaseCard.h"
 
+#include <QImage>
 #include <QUrl>
 
 class QQuickText;
@@ -39,6 +40,10 @@ public:
     /// Draws the QR code of @p text into a @p size × @p size image, writes it to "barcodeImg.png" in the
     /// temporary directory and publishes its URL; false (the URL left as it was) when it cannot be written.
     bool createQRCodeImage(const QString &text, int size);
+    /// The QR code of @p text (error correction level H) drawn into a @p size × @p size image: whole-pixel
+    /// modules centred in a white quiet zone; all white when @p text does not fit in a symbol. Null when
+    /// @p size is not positive.
+    static QImage makeQRCodeImage(const QString &text, int size);
 
 Q_SIGNALS:
     void iconErrorChanged();

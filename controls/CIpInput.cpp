@@ -35,25 +35,6 @@ bool parseOctet(const QString &part, quint32 *value)
     return true;
 }
 
-/// The address of a dotted text as a number, first octet in the most significant byte; false when @p text is
-/// not four decimal numbers from 0 to 255.
-bool parseAddress(const QString &text, quint32 *address = nullptr)
-{
-    const QStringList parts = text.split(QLatin1Char('.'));
-    if (parts.size() != 4)
-        return false;
-    quint32 result = 0;
-    for (const QString &part : parts) {
-        quint32 octet = 0;
-        if (!parseOctet(part, &octet))
-            return false;
-        result = (result << 8) | octet;
-    }
-    if (address)
-        *address = result;
-    return true;
-}
-
 /// Whether the window's active focus is in a text field now; that field keeps the keyboard for itself.
 bool textFieldFocused(const QQuickItem *item)
 {
@@ -86,6 +67,23 @@ void CIpInput::registerType()
         return;
     registered = true;
     qmlRegisterType<CIpInput>("QQuickSystemSet", 1, 0, "CIpInput");
+}
+
+bool CIpInput::parseAddress(const QString &text, quint32 *address)
+{
+    const QStringList parts = text.split(QLatin1Char('.'));
+    if (parts.size() != 4)
+        return false;
+    quint32 result = 0;
+    for (const QString &part : parts) {
+        quint32 octet = 0;
+        if (!parseOctet(part, &octet))
+            return false;
+        result = (result << 8) | octet;
+    }
+    if (address)
+        *address = result;
+    return true;
 }
 
 void CIpInput::setEditing(bool editing)

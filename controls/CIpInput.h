@@ -44,6 +44,10 @@ public:
     /// Shows 0.0.0.0 and forgets the address: ip() becomes empty.
     void clear();
 
+    /// The address of a dotted text as a number, first octet in the most significant byte; false when
+    /// @p text is not four decimal numbers from 0 to 255 (leading zeros are decimal, not octal).
+    static bool parseAddress(const QString &text, quint32 *address = nullptr);
+
     /// Called by the document when a field gains the focus: beep and open the address keyboard.
     Q_INVOKABLE void onClick();
 

@@ -60,7 +60,12 @@ QString CMacInput::macString() const
 
 HMI::MAC CMacInput::mac() const
 {
-    const QString digits = macString().trimmed().toLower().remove(QLatin1Char(':'));
+    return parseMac(macString());
+}
+
+HMI::MAC CMacInput::parseMac(const QString &text)
+{
+    const QString digits = text.trimmed().toLower().remove(QLatin1Char(':'));
     HMI::MAC result{};
     for (int i = 0; i < 12; i += 2) {
         bool ok = false;
@@ -74,10 +79,15 @@ void CMacInput::setMac(const HMI::MAC &mac)
 {
     if (!m_input)
         return;
+    m_input->setText(formatMac(mac));
+}
+
+QString CMacInput::formatMac(const HMI::MAC &mac)
+{
     QStringList pairs;
     for (const unsigned char byte : mac)
         pairs << QStringLiteral("%1").arg(uint(byte), 2, 16, QLatin1Char('0')).toUpper();
-    m_input->setText(pairs.join(QLatin1Char(':')));
+    return pairs.join(QLatin1Char(':'));
 }
 
 void CMacInput::setFontPixelSize(int size)

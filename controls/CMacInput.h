@@ -33,6 +33,11 @@ public:
     HMI::MAC mac() const;
     /// Shows @p mac in upper-case pairs; emits nothing.
     void setMac(const HMI::MAC &mac);
+    /// The address in @p text (surrounding blanks, case and colons ignored); a pair that is not hexadecimal
+    /// reads as 0. What mac() does with the field's text.
+    static HMI::MAC parseMac(const QString &text);
+    /// @p mac as six upper-case pairs separated by colons, as setMac() shows it.
+    static QString formatMac(const HMI::MAC &mac);
     /// Pixel size of the field's font.
     void setFontPixelSize(int size);
     /// Enables or disables the field only (the control itself stays enabled), greying its text and

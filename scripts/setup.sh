@@ -13,6 +13,7 @@ PACKAGES=(
   libqt5svg5-dev qttools5-dev-tools
   libqrcodegencpp-dev zbar-tools
   xvfb xauth fonts-wqy-microhei
+  clang-14 libclang-rt-14-dev
 )
 
 missing=()

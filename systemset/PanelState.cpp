@@ -50,8 +50,9 @@ public:
             return false;
         const QJsonValue v = o.value(key);
         const double d = v.toDouble();
-        if (!v.isDouble() || d != static_cast<double>(static_cast<long long>(d)) || d < -2147483648.0 ||
-            d > 2147483647.0) {
+        // The range first: converting a double beyond long long's range is undefined.
+        if (!v.isDouble() || d < -2147483648.0 || d > 2147483647.0 ||
+            d != static_cast<double>(static_cast<long long>(d))) {
             report(path, "is not a whole number");
             return false;
         }

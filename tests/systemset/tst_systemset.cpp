@@ -518,7 +518,7 @@ void tst_SystemSet::wrongTypesKeepTheirDefaults()
         "adapters": {"LAN0": {"enabled": 1, "mac": "zz:1A", "static": {"ip": "300.1.1.1", "mask": "255.255.0.0"},
                               "dns": ["1.1.1.1"]}, "WIFI": []},
         "defaultAdapter": "ETH9", "modem": {"signal": 1.5}, "wifi": {"networks": [3, {"ssidHex": "zz"}]},
-        "delaysMs": {"scan": -1}})");
+        "delaysMs": {"scan": -1, "ping": 1e300}})");
     const QByteArray err = captureStderr([&] { QVERIFY(PanelSimulator::loadStateFile(path.toStdString())); });
     const QList<QByteArray> expected = {"\"brightness\"",
                                         "\"serial\"",
@@ -531,7 +531,8 @@ void tst_SystemSet::wrongTypesKeepTheirDefaults()
                                         "\"modem.signal\"",
                                         "\"wifi.networks[0]\"",
                                         "\"wifi.networks[1].ssidHex\"",
-                                        "\"delaysMs.scan\""};
+                                        "\"delaysMs.scan\"",
+                                        "\"delaysMs.ping\""};
     for (const QByteArray &key : expected)
         QVERIFY2(err.contains(key), key + " not reported in:\n" + err);
     QCOMPARE(err.count('\n'), expected.size());
