@@ -5,7 +5,8 @@
 namespace QSP {
 
 /// The settings screen behind ISystemSet; all of its state lives in the root item and the global objects.
-class ImplSystemSet : public ISystemSet
+/// Final: the registry's shared pointer destroys it as itself, ISystemSet's destructor not being virtual.
+class ImplSystemSet final : public ISystemSet
 {
 public:
     QQuickItem *init(QQmlEngine *engine, int width, int height, int popupZ) override;

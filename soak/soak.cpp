@@ -1,21 +1,24 @@
 // soak: drives the settings screen, loaded as a host loads it, through the same round of touches many times
-// and reports the process's resident memory and its live QObjects at the start and every K rounds. After
-// the first rounds (which make every card, compile every document and fill Qt's caches) both must stay flat.
+// and reports the process's resident memory, its heap in use, its live QObjects, threads and open files at
+// the start and every K rounds. After the first rounds (which make every card, compile every document and
+// fill Qt's caches) all of them must stay flat.
 //
-//   soak [--rounds N] [--report-every K] [--warmup W] [--size WxH] [--library PATH] [--classes N]
+//   soak [--rounds N] [--report-every K] [--warmup W] [--size WxH] [--classes N] [--gc] [--trace]
+//        [--library PATH]
 //
 // Each round: close and open the screen; visit every page from the menu; on the General page tap the buzzer
 // switch twice; on the Network page tap the "Static IP" and "Disable Network" switches of LAN0 twice each,
 // type a new address into its IP field, select the Wi-Fi adapter and open the Wi-Fi page, scan, tap a nearby
-// network, type its password (wrong every other round), connect, close the dialog and go back; switch the
-// panel to Chinese (as another program would, through the simulated panel's state file) and back to English
-// on the Language page. It runs on the offscreen platform with the software renderer, on a simulated panel
-// whose callbacks come after a few milliseconds and whose state file lives in a temporary folder.
+// network, type its password (a wrong one every other round), connect, close the dialog and go back; switch
+// the panel to Chinese (as another program would, through the simulated panel's state file) and back to
+// English on the Language page. It runs on the offscreen platform with the software renderer, on a simulated
+// panel whose callbacks come after a few milliseconds and whose state file lives in a temporary folder.
 
 #include "ISystemSet.h"
 #include "PanelSimulator.h"
 #include "ScreenDriver.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
@@ -124,17 +127,23 @@ std::map<std::string, long> liveObjectsByClass()
 
 // ---- Memory ----
 
-/// Resident set size in KiB, from /proc/self/status.
-long residentKiB()
+/// The number after @p key in /proc/self/status (VmRSS: KiB; Threads: a count), -1 when missing.
+long procStatus(const char *key)
 {
     QFile status(QStringLiteral("/proc/self/status"));
     if (!status.open(QIODevice::ReadOnly))
         return -1;
     for (const QByteArray &line : status.readAll().split('\n')) {
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).trimmed().split(' ').value(0).toLong();
+        if (line.startsWith(key))
+            return line.mid(int(std::strlen(key))).trimmed().split(' ').value(0).toLong();
     }
     return -1;
+}
+
+/// Open file descriptors of the process.
+long openFiles()
+{
+    return long(QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size());
 }
 
 /// Bytes the allocator has handed out and not yet been given back.
@@ -149,6 +158,8 @@ struct Sample
     long rssKiB = 0;
     size_t heapBytes = 0;
     size_t objects = 0;
+    long threads = 0;
+    long files = 0;
     double seconds = 0;
 };
 
@@ -161,6 +172,7 @@ struct Options
     int warmup = -1; ///< -1: the first report after the start
     int classes = 12;
     bool trace = false;
+    bool collectGarbage = false;
     int width = 1024;
     int height = 600;
     QString library;
@@ -175,6 +187,7 @@ Drives the settings screen through the same round of touches and reports memory 
   --size WxH         screen size (default 1024x600; below 800 wide the menu fills the screen)
   --classes N        classes listed whose live object count changed between reports (default 12)
   --trace            print the simulated panel's calls of every round
+  --gc               collect the QML engine's garbage before each report (tells its saw-tooth from a leak)
   --library PATH     the settings library (default: ../lib/libqquicksystemset.so beside this program)
 )";
 
@@ -186,6 +199,10 @@ bool parseOptions(int argc, char **argv, Options &options)
             return false;
         if (arg == "--trace") {
             options.trace = true;
+            continue;
+        }
+        if (arg == "--gc") {
+            options.collectGarbage = true;
             continue;
         }
         if (i + 1 >= argc) {
@@ -647,13 +664,15 @@ void Soak::round(int number)
 
 Sample sample(int round, const QElapsedTimer &clock)
 {
-    return {round, residentKiB(), heapInUse(), liveObjectCount(), clock.elapsed() / 1000.0};
+    return {round,       procStatus("VmRSS:"),    heapInUse(), liveObjectCount(), procStatus("Threads:"),
+            openFiles(), clock.elapsed() / 1000.0};
 }
 
 void printSample(const Sample &s)
 {
-    std::printf("round %6d   rss %8.1f MiB   heap %8.1f MiB   qobjects %7zu   %8.1f s\n", s.round,
-                s.rssKiB / 1024.0, s.heapBytes / 1048576.0, s.objects, s.seconds);
+    std::printf(
+        "round %6d   rss %7.1f MiB   heap %7.0f KiB   qobjects %6zu   threads %3ld   fds %4ld   %7.1f s\n",
+        s.round, s.rssKiB / 1024.0, s.heapBytes / 1024.0, s.objects, s.threads, s.files, s.seconds);
     std::fflush(stdout);
 }
 
@@ -768,6 +787,10 @@ int main(int argc, char **argv)
         soak.round(round);
         const bool report = round % options.reportEvery == 0 || round == options.rounds;
         if (report || round == options.warmup) {
+            if (options.collectGarbage) {
+                engine.collectGarbage();
+                spin(10);
+            }
             const Sample now = sample(round, clock);
             auto nowClasses = liveObjectsByClass();
             if (report) {
@@ -787,20 +810,20 @@ int main(int argc, char **argv)
     const int after = options.rounds - warm.round;
     std::printf("\nsummary (%d rounds in %.1f s, %.2f s a round)\n", options.rounds, end.seconds,
                 end.seconds / options.rounds);
-    std::printf("  %-22s rss %8.1f MiB   heap %8.1f MiB   qobjects %7zu\n", "start", start.rssKiB / 1024.0,
-                start.heapBytes / 1048576.0, start.objects);
-    std::printf("  %-22s rss %8.1f MiB   heap %8.1f MiB   qobjects %7zu\n",
-                qPrintable(QStringLiteral("after warm-up (%1)").arg(warm.round)), warm.rssKiB / 1024.0,
-                warm.heapBytes / 1048576.0, warm.objects);
-    std::printf("  %-22s rss %8.1f MiB   heap %8.1f MiB   qobjects %7zu\n",
-                qPrintable(QStringLiteral("end (%1)").arg(end.round)), end.rssKiB / 1024.0,
-                end.heapBytes / 1048576.0, end.objects);
+    std::printf("  %-19s", "start");
+    printSample(start);
+    std::printf("  %-19s", "after warm-up");
+    printSample(warm);
+    std::printf("  %-19s", "end");
+    printSample(end);
     const long objectGrowth = long(end.objects) - long(warm.objects);
     const double heapGrowth = double(end.heapBytes) - double(warm.heapBytes);
     if (after > 0) {
-        std::printf("  after warm-up: qobjects %+ld, heap %+.1f KiB (%+.2f KiB a round), rss %+.1f MiB\n",
-                    objectGrowth, heapGrowth / 1024, heapGrowth / 1024 / after,
-                    (end.rssKiB - warm.rssKiB) / 1024.0);
+        std::printf(
+            "  from warm-up to end: qobjects %+ld, heap %+.1f KiB (%+.2f KiB a round), rss %+.1f MiB, "
+            "threads %+ld, fds %+ld\n",
+            objectGrowth, heapGrowth / 1024, heapGrowth / 1024 / after, (end.rssKiB - warm.rssKiB) / 1024.0,
+            end.threads - warm.threads, end.files - warm.files);
         if (objectGrowth != 0) {
             std::printf("  classes changed since warm-up:\n");
             printClassChanges(warmClasses, liveObjectsByClass(), options.classes);
