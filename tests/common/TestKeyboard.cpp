@@ -18,6 +18,7 @@ void TestKeyboard::init(QQuickWindow *window, int z)
     ++initCalls;
     initWindow = window;
     initZ = z;
+    delete m_popup;
     m_popup = new QQuickPopup;
     m_popup->setModal(true);
     m_popup->setClosePolicy(QQuickPopup::NoAutoClose);
@@ -30,6 +31,7 @@ void TestKeyboard::init(QQuickWindow *window, int z)
     }
     m_popup->setHeight(m_height);
     m_keys = new QQuickRectangle;
+    m_keys->setParent(m_popup); // a content item is only parented visually; the popup owns the keys
     m_keys->setHeight(m_height);
     m_keys->setWidth(m_popup->width());
     m_keys->setColor(QColor(QStringLiteral("#333333")));

@@ -35,6 +35,7 @@ private Q_SLOTS:
     void bottomButton();
     void closeAndReopen();
     void languageFollowsSystem();
+    void cleanupTestCase();
 
 private:
     QList<BeepButton *> menuButtons() const;
@@ -98,6 +99,11 @@ void tst_Plugin::initTestCase()
     QCOMPARE(opened.count(), 1);
 }
 
+void tst_Plugin::cleanupTestCase()
+{
+    m_closeInstance(); // harmless when exports() closed it already
+}
+
 void tst_Plugin::init()
 {
     QVERIFY(PanelSimulator::loadStateJson("{}"));
@@ -112,6 +118,7 @@ void tst_Plugin::exports()
     QCOMPARE(m_queryData(reinterpret_cast<void *>(1)), -1);
 
     // Each call makes a new registry with the one factory; closing frees only the newest.
+    m_closeInstance(); // the registry of initTestCase; the settings object it made lives on
     Plexa::PluginRegistry *first = m_getInstance();
     Plexa::PluginRegistry *second = m_getInstance();
     QVERIFY(first != second);

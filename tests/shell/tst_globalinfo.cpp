@@ -214,7 +214,7 @@ void tst_GlobalInfo::translatorReusedAndRemoved()
         GlobalInfo::switchLanguage(English);
         QCOMPARE(translated("CardBuzzer", "Buzzer"), QStringLiteral("Buzzer"));
     }
-    QCOMPARE(qApp->findChildren<QTranslator *>().size(), 1);
+    QCOMPARE(QCoreApplication::instance()->findChildren<QTranslator *>().size(), 1);
 }
 
 void tst_GlobalInfo::failedCatalogueLoadLeavesEnglish()
