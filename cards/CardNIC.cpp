@@ -8,9 +8,9 @@
 #include "Dialog.h"
 #include "GlobalInfo.h"
 #include "MeyerSingleton.h"
+#include "OnGuiThread.h"
 
 #include <QCoreApplication>
-#include <QPointer>
 #include <QTimer>
 #include <QtQuick/private/qquickanchors_p.h>
 #include <QtQuick/private/qquickitem_p.h>
@@ -149,10 +149,10 @@ void CardNIC::onCurrentIndexChanged()
 
 void CardNIC::startPingTest()
 {
-    CardNIC *card = this;
     // The callback runs on the system's thread and only reports; the result is shown on the GUI thread.
-    Panel::instance().pingTest(Panel::instance().getDefaultNIC(),
-                               [card](bool result) { Q_EMIT card->pingTestResult(result); });
+    Panel::instance().pingTest(
+        Panel::instance().getDefaultNIC(),
+        onGuiThread(this, [](CardNIC *card, bool result) { Q_EMIT card->pingTestResult(result); }));
 }
 
 void CardNIC::onPingTestResult(bool result)
@@ -188,13 +188,9 @@ void CardNIC::onPingTestResult(bool result)
     dialog->setTitle(QCoreApplication::translate("QSP::CardNIC", "Test Result"));
     dialog->open();
 
-    // Each result goes away by itself; one the user already closed is left alone.
-    QTimer::singleShot(ResultShownMs, dialog, [dialog = QPointer<Dialog>(dialog)] {
-        if (dialog && dialog->isOpened()) {
-            dialog->close();
-            dialog->deleteLater();
-        }
-    });
+    // Each result goes away by itself after a while or when the user closes it, and is freed once closed.
+    connect(dialog, &QQuickPopup::closed, dialog, &QObject::deleteLater);
+    QTimer::singleShot(ResultShownMs, dialog, [dialog] { dialog->close(); });
 }
 
 } // namespace QSP

@@ -37,7 +37,7 @@ public:
 
 Q_SIGNALS:
     void titleRowHeightChanged();
-    /// A ping test finished; emitted on the system's thread.
+    /// A ping test finished; emitted on the GUI thread once the system reported it.
     void pingTestResult(bool result);
 
 public Q_SLOTS:

@@ -9,6 +9,7 @@
 #include "ComboBox.h"
 #include "GlobalInfo.h"
 #include "MeyerSingleton.h"
+#include "OnGuiThread.h"
 
 #include <QColor>
 #include <QCoreApplication>
@@ -716,14 +717,10 @@ void CardNetwork::setStatic(NIC nic, bool on)
 {
     if (!isAddressAdapter(nic))
         return;
-    CardNetwork *card = this;
     Panel::instance().setDHCP(
         nic, !on,
-        [card, nic](HMI::SystemSet::DHCP_STATE state) {
-            // On the library's thread: hand the outcome to the card's thread, touching nothing here.
-            QMetaObject::invokeMethod(
-                card, [card, nic, state] { card->onEnableDHCP(nic, state); }, Qt::QueuedConnection);
-        },
+        onGuiThread(this, [nic](CardNetwork *card,
+                                HMI::SystemSet::DHCP_STATE state) { card->onEnableDHCP(nic, state); }),
         true);
 }
 

@@ -7,6 +7,7 @@
 #include "GlobalInfo.h"
 #include "KeyPressFilter.h"
 #include "MeyerSingleton.h"
+#include "OnGuiThread.h"
 #include "VkbManager.h"
 
 #include <QCoreApplication>
@@ -135,11 +136,9 @@ void callNetworkCard(const char *name, T value)
 /// The callback of a scan or a reset: it runs on the system's thread and hands the list to @p card's.
 auto scanResultTo(CardWifi *card)
 {
-    return [card](std::unique_ptr<std::vector<SsidInfo>> list) {
-        QMetaObject::invokeMethod(
-            card, [card, list = std::move(list)]() mutable { card->onScanResult(std::move(list)); },
-            Qt::QueuedConnection);
-    };
+    return onGuiThread(card, [](CardWifi *target, std::unique_ptr<std::vector<SsidInfo>> list) {
+        target->onScanResult(std::move(list));
+    });
 }
 
 } // namespace
@@ -843,13 +842,10 @@ void CardWifi::connectWifi(HMI::SSID wifiname, QString password)
     if (m_dialog && m_dialog->bodyItem())
         m_dialog->bodyItem()->setVisible(false);
     callNetworkCard("setWifiConnecting", true);
-    CardWifi *card = this;
     panel().connectWifi(terminated(wifiname), std::string(utf8.constData(), size_t(utf8.size())),
-                        [card](HMI::SystemSet::StateWifi result) {
-                            QMetaObject::invokeMethod(
-                                card, [card, result] { card->onConnectResult(result); },
-                                Qt::QueuedConnection);
-                        });
+                        onGuiThread(this, [](CardWifi *card, HMI::SystemSet::StateWifi result) {
+                            card->onConnectResult(result);
+                        }));
 }
 
 void CardWifi::onConnectResult(HMI::SystemSet::StateWifi result)
@@ -904,13 +900,10 @@ void CardWifi::update_afterOnLine()
 void CardWifi::setDhcpAndUpdateCurWifi()
 {
     // Whatever DHCP reports, the connection stands: the dialog closes and the rows refresh.
-    CardWifi *card = this;
     panel().setDHCP(
         HMI::SystemSet::NIC_WIFI, true,
-        [card](HMI::SystemSet::DHCP_STATE) {
-            QMetaObject::invokeMethod(
-                card, [card] { card->closeDialog_and_updateCurWifiInfo(); }, Qt::QueuedConnection);
-        },
+        onGuiThread(this, [](CardWifi *card,
+                             HMI::SystemSet::DHCP_STATE) { card->closeDialog_and_updateCurWifiInfo(); }),
         true);
 }
 

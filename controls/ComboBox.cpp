@@ -174,12 +174,13 @@ void ComboBox::setModel(const QVariant &model)
 {
     if (!m_comboBox)
         return;
-    // A new model resets the inner index; the position chosen before is asked for again, and the reset
-    // in between is not reported.
+    // A new model resets the inner index; the position chosen before is asked for again when the new model
+    // still has it (otherwise nothing is chosen), and the reset in between is not reported.
     disconnect(m_currentIndexRelay);
     const int index = m_comboBox->currentIndex();
     m_comboBox->setModel(model);
-    m_comboBox->setCurrentIndex(index);
+    const int count = m_comboBox->count();
+    m_comboBox->setCurrentIndex(index < count ? index : -1);
     m_currentIndexRelay =
         connect(m_comboBox, &QQuickComboBox::currentIndexChanged, this, &ComboBox::currentIndexChanged);
     m_comboBox->setTextRole(QStringLiteral("name"));

@@ -77,9 +77,10 @@ TimeEditPopup::TimeEditPopup(QQuickItem *parent)
     setWidth(std::min(0.6 * hostWidth(), 500.0));
 
     connect(this, &QQuickPopup::closed, this, [this] {
-        // A field that kept the focus while hidden would not open the keyboard on the next tap.
+        // A field that kept the focus while hidden would take it back on reopening and not open the keyboard
+        // on the next tap. By now the popup has lost the active focus, so look at the focus within it.
         for (QQuickTextInput *input : m_inputs) {
-            if (input && input->hasActiveFocus())
+            if (input && input->hasFocus())
                 input->setFocus(false);
         }
         VkbManager::instance().showVkb(false);

@@ -56,9 +56,12 @@ void VkbManager::showVkb(bool show)
 
     QQuickPopup *popup = m_vkb->popup();
     if (popup) {
-        m_popupConnections << connect(popup, &QQuickPopup::visibleChanged, this, &VkbManager::visibleChanged);
-        m_popupConnections << connect(popup, &QQuickPopup::visibleChanged, this,
-                                      &VkbManager::onVkbVisibleChange);
+        if (m_popupConnections.isEmpty()) { // a show while shown is already connected
+            m_popupConnections << connect(popup, &QQuickPopup::visibleChanged, this,
+                                          &VkbManager::visibleChanged);
+            m_popupConnections << connect(popup, &QQuickPopup::visibleChanged, this,
+                                          &VkbManager::onVkbVisibleChange);
+        }
         if (!popup->isVisible()) // a show while shown must not take our own non-modal state for the original
             m_popupWasModal = popup->isModal();
         popup->setModal(false);
@@ -73,7 +76,8 @@ bool VkbManager::isVisible() const
 
 void VkbManager::setLayoutType(VkbLayoutType type) const
 {
-    m_vkb->setLayoutType(type);
+    if (m_vkb)
+        m_vkb->setLayoutType(type);
 }
 
 double VkbManager::getHeight()

@@ -690,6 +690,20 @@ void tst_NetworkPage::adapterCardAndPing()
     QCOMPARE(resultDialogs().size(), 2);
     QTRY_COMPARE_WITH_TIMEOUT(resultDialogs(), QStringList(), 2000);
     QVERIFY(clock.elapsed() >= 3200);
+
+    // A closed result is freed, also one that a tap beside it closed before its time.
+    const auto allResults = [this] {
+        int count = 0;
+        for (QSP::Dialog *dialog : m_f->root()->findChildren<QSP::Dialog *>())
+            count += dialog->title() == QLatin1String("Test Result");
+        return count;
+    };
+    QTRY_COMPARE(allResults(), 0);
+    QVERIFY(loadState(R"({"ping": true, "delaysMs": {"ping": 10}})"));
+    QVERIFY(m_f->clickButton(test));
+    QTRY_COMPARE(resultDialogs(), texts({"Test successful!"}));
+    QTest::mouseClick(m_f->window(), Qt::LeftButton, Qt::NoModifier, QPoint(5, 5));
+    QTRY_COMPARE(allResults(), 0);
 }
 
 QTEST_MAIN(tst_NetworkPage)

@@ -199,6 +199,21 @@ void tst_WifiPage::nearbyList()
         levels += row->findChild<QQuickImage *>()->source().toString().section(QLatin1Char('/'), -1).left(1);
     QCOMPARE(levels, QStringLiteral("4332211"));
 
+    // A crowded site: every one of 500 networks gets its row, in scan order.
+    QByteArray crowd = R"({"wifi": {"connected": null, "networks": [)";
+    QStringList names;
+    for (int i = 0; i < 500; ++i) {
+        names << QStringLiteral("Net %1").arg(i);
+        if (i)
+            crowd += ',';
+        crowd += QStringLiteral(R"({"ssid": "%1", "strength": %2, "secured": true})")
+                     .arg(names.last())
+                     .arg(i % 101)
+                     .toUtf8();
+    }
+    rescan((crowd + "]}}").constData());
+    QCOMPARE(shownRows(), names);
+
     rescan(R"({"wifi": {"connected": null, "scan": "null"}})"); // a null result: no rows, idle
     QVERIFY(rows().isEmpty());
     QVERIFY(!spinner()->isVisible());
@@ -350,6 +365,7 @@ void tst_WifiPage::connectionOutcome_data()
     add("time out", 5, QStringLiteral("x"), {}, R"("Slow" pw=1)", "Time out");
     add("empty, offline", 0, QStringLiteral(""), NO_NETWORKS, R"("Office" pw=0)", "Wi-Fi Offline",
         "scanWifi");
+    add("1000 characters", 0, QString(1000, QLatin1Char('p')), {}, R"("Office" pw=1000)", "Wrong password");
 }
 
 void tst_WifiPage::connectionOutcome()

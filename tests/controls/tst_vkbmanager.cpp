@@ -120,10 +120,13 @@ void tst_VkbManager::hideRestoresModalityAndColumn()
 {
     // A column moved by someone else is put back too, even when the keyboard never moved it.
     focusField(10, 20);
+    QSignalSpy visible(&VkbManager::instance(), &VkbManager::visibleChanged);
+    QVERIFY(visible.isValid());
     VkbManager::instance().showVkb(true);
     VkbManager::instance().showVkb(true); // a second show while shown
     m_column->setY(-33);
     m_keyboard.setVisible(false); // the keyboard hides itself
+    QCOMPARE(visible.count(), 2); // one show, one hide: the second show did not connect twice
     QCOMPARE(m_column->y(), 0.0);
     QVERIFY(m_keyboard.popup()->isModal());
     m_column->setY(-12);

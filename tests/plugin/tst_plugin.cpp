@@ -12,6 +12,7 @@
 #include <QtQuick/private/qquicktext_p.h>
 #include <QtTest>
 
+#include <algorithm>
 #include <memory>
 
 using HMI::PanelSimulator;
@@ -35,6 +36,7 @@ private Q_SLOTS:
     void bottomButton();
     void closeAndReopen();
     void languageFollowsSystem();
+    void teardownWithCallbacksUnderWay(); // deletes the screen: last
     void cleanupTestCase();
 
 private:
@@ -333,6 +335,46 @@ void tst_Plugin::languageFollowsSystem()
         QCOMPARE(part("titleText")->property("text").toString(), QStringLiteral("通用设置"));
     QSP::GlobalInfo::switchLanguage(QLocale(QLocale::English, QLocale::UnitedStates));
     QVERIFY(menuButton(QStringLiteral("General")));
+}
+
+void tst_Plugin::teardownWithCallbacksUnderWay()
+{
+    // The host may delete the screen while the panel still works on a ping test and a Wi-Fi scan; their
+    // answers then come to nothing, and nothing of the deleted screen is touched.
+    QVERIFY(PanelSimulator::loadStateJson(R"({"delaysMs": {"ping": 300, "scan": 300}})"));
+    clickButton(menuButton(QStringLiteral("Network")));
+    const auto button = [](const QString &name) {
+        // Items are parented visually, so the search walks the item tree.
+        QList<QQuickItem *> items{AppRootItem::instance()};
+        while (!items.isEmpty()) {
+            QQuickItem *item = items.takeFirst();
+            if (item->objectName() == name)
+                return qobject_cast<QQuickAbstractButton *>(item);
+            items << item->childItems();
+        }
+        return static_cast<QQuickAbstractButton *>(nullptr);
+    };
+    // The buttons may lie below the fold at this size: they are pressed by their signal.
+    QQuickAbstractButton *ping = button(QStringLiteral("testButton"));
+    QQuickAbstractButton *wifiAdapter = button(QStringLiteral("nicButton4"));
+    QVERIFY(ping && wifiAdapter);
+    Q_EMIT ping->clicked();
+    Q_EMIT wifiAdapter->clicked(); // the way into the Wi-Fi page belongs to the Wi-Fi adapter
+    QQuickAbstractButton *wifi = button(QStringLiteral("wifiSettingsButton"));
+    QVERIFY(wifi);
+    Q_EMIT wifi->clicked();
+    const auto called = [](const std::string &call) {
+        const std::vector<std::string> log = PanelSimulator::callLog();
+        return std::count(log.begin(), log.end(), call);
+    };
+    QTRY_COMPARE(called("scanWifi"), 1);
+    QCOMPARE(called("pingTest 1"), 1);
+
+    delete m_root;
+    m_root = nullptr;
+    QCOMPARE(AppRootItem::instance(), nullptr);
+    QTest::qWait(600); // both answers arrive, on the system's thread and then on this one
+    QCOMPARE(called("scanWifi"), 1);
 }
 
 QTEST_MAIN(tst_Plugin)

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <QPointer>
+
+#include <tuple>
+#include <utility>
+
+namespace QSP {
+
+/// Wraps a handler for a callback that the system library calls on its own thread.
+///
+/// The returned callable only takes the callback's plain values and posts them to the GUI thread, where
+/// @p handler runs as handler(receiver, values...) — and does not run at all when @p receiver was deleted
+/// in the meantime (the screen closed by its host while a ping, scan or connect was under way). Nothing of
+/// the receiver is touched on the library's thread: the guard is copied there, which only counts
+/// references, and read on the GUI thread.
+template<typename Receiver, typename Handler>
+auto onGuiThread(Receiver *receiver, Handler handler)
+{
+    return [guard = QPointer<Receiver>(receiver), handler = std::move(handler)](auto... values) {
+        QCoreApplication *app = QCoreApplication::instance();
+        if (!app)
+            return;
+        QMetaObject::invokeMethod(
+            app,
+            [guard, handler, values = std::make_tuple(std::move(values)...)]() mutable {
+                if (Receiver *target = guard.data())
+                    std::apply([&](auto &...value) { handler(target, std::move(value)...); }, values);
+            },
+            Qt::QueuedConnection);
+    };
+}
+
+} // namespace QSP
