@@ -9,6 +9,7 @@
 #include "GlobalInfo.h"
 #include "MeyerSingleton.h"
 #include "OnGuiThread.h"
+#include "Palette.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -30,7 +31,7 @@ namespace {
 using Panel = MeyerSingleton<HMI::SystemSet>;
 
 constexpr int ResultShownMs = 3000;
-const QColor ResultColor(0x32, 0x69, 0xCE);
+const QColor ResultColor(Palette::Focus);
 
 /// The adapters that may be the default one, in the order offered.
 const struct

@@ -10,6 +10,7 @@
 #include "GlobalInfo.h"
 #include "MeyerSingleton.h"
 #include "OnGuiThread.h"
+#include "Palette.h"
 
 #include <QColor>
 #include <QCoreApplication>
@@ -45,10 +46,10 @@ using AddressGetter = HMI::IP (HMI::SystemSet::*)(HMI::SystemSet::NIC) const;
 
 constexpr const char *Context = "CardNetwork";
 
-const QColor NormalColor(0x1D, 0x21, 0x29);
-const QColor MutedColor(0x86, 0x90, 0x9C);
-const QColor ErrorColor(0xFF, 0x4D, 0x4F);
-const QColor GoodColor(0x00, 0xBC, 0x79);
+const QColor NormalColor(Palette::Text);
+const QColor MutedColor(Palette::MutedText);
+const QColor ErrorColor(Palette::Error);
+const QColor GoodColor(Palette::Good);
 const QColor FrameColor(0xE2, 0xE3, 0xE5);
 
 constexpr int WifiPollMs = 2000;

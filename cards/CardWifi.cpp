@@ -8,6 +8,7 @@
 #include "KeyPressFilter.h"
 #include "MeyerSingleton.h"
 #include "OnGuiThread.h"
+#include "Palette.h"
 #include "VkbManager.h"
 
 #include <QCoreApplication>
@@ -35,10 +36,10 @@ using SsidInfo = HMI::SystemSet::SsidInfo;
 const bool s_registered = AppRootItem::setCardTypeRegistrar(
     AppRootItem::Card_Wifi, [] { qmlRegisterType<CardWifi>("QQuickSystemSet", 1, 0, "CardWifi"); });
 
-const QColor ACCENT_BLUE(QLatin1String("#3482FF"));
-const QColor FOCUS_BLUE(QLatin1String("#3269CE"));
-const QColor FRAME_BORDER(QLatin1String("#E6E7E9"));
-const QColor NAME_COLOR(QLatin1String("#1D2129"));
+const QColor ACCENT_BLUE(Palette::Accent);
+const QColor FOCUS_BLUE(Palette::Focus);
+const QColor FRAME_BORDER(Palette::Border);
+const QColor NAME_COLOR(Palette::Text);
 const QColor CHECKED_BOX(QLatin1String("#537BAD"));
 
 // The password dialog is laid out on a 426 x 243 design, scaled to its real size.

@@ -1,5 +1,6 @@
 #include "BeepSwitch.h"
 
+#include "Palette.h"
 #include <QQmlEngine>
 #include <QtQuick/private/qquickanchors_p.h>
 #include <QtQuick/private/qquickitem_p.h>
@@ -9,7 +10,7 @@ namespace QSP {
 
 namespace {
 const QColor TrackOff(QStringLiteral("#C9CDD4"));
-const QColor TrackOn(QStringLiteral("#3482FF"));
+const QColor TrackOn(Palette::Accent);
 } // namespace
 
 BeepSwitch::BeepSwitch(QQuickItem *parent)

@@ -3,6 +3,7 @@
 #include "AppRootItem.h"
 #include "BeepButton.h"
 #include "GlobalInfo.h"
+#include "Palette.h"
 
 #include <QGuiApplication>
 #include <QQmlEngine>
@@ -16,8 +17,8 @@ namespace QSP {
 
 namespace {
 
-const QColor FRAME_BORDER(QLatin1String("#E6E7E9"));
-const QColor TITLE_COLOR(QLatin1String("#86909C"));
+const QColor FRAME_BORDER(Palette::Border);
+const QColor TITLE_COLOR(Palette::MutedText);
 
 // Landscape sizes are those of the 1920 pixels wide design, scaled to the screen.
 constexpr qreal DESIGN_WIDTH = 1920;

@@ -3,6 +3,7 @@
 #include "AppRootItem.h"
 #include "BeepButton.h"
 #include "GlobalInfo.h"
+#include "Palette.h"
 #include "TimeKeyPressFilter.h"
 #include "VkbManager.h"
 
@@ -22,11 +23,11 @@ namespace QSP {
 
 namespace {
 
-const QColor TextColor(QStringLiteral("#1D2129"));
+const QColor TextColor(Palette::Text);
 const QColor FieldColor(QStringLiteral("#F7F8FA"));
-const QColor FieldBorderColor(QStringLiteral("#E6E7E9"));
+const QColor FieldBorderColor(Palette::Border);
 const QColor FrameBorderColor(QStringLiteral("#C8CDD2"));
-const QColor AccentColor(QStringLiteral("#3482FF"));
+const QColor AccentColor(Palette::Accent);
 
 /// The years that the year field accepts: those whose seconds since 1970 the system clock can hold.
 constexpr int FirstYear = 1970;
