@@ -11,6 +11,9 @@
 #include <QTimer>
 #include <QtQuick/private/qquicktext_p.h>
 
+#include <cstdint>
+#include <limits>
+
 namespace QSP {
 
 namespace {
@@ -88,8 +91,11 @@ void CardTime::addDialog()
 void CardTime::applyDateTime(const QDateTime &dateTime)
 {
     HMI::SystemSet &system = MeyerSingleton<HMI::SystemSet>::instance();
-    // A refused time changes nothing: the running clock keeps showing the time as it is.
-    if (!system.setSystemTime(long(dateTime.toSecsSinceEpoch())))
+    // The panel's clock takes seconds since 1970 in 32 bits: a time it cannot hold is not handed over (it
+    // would wrap to 1901). A refused time changes nothing: the running clock keeps showing the time as it is.
+    const qint64 secs = dateTime.toSecsSinceEpoch();
+    if (!dateTime.isValid() || secs < 0 || secs > std::numeric_limits<std::int32_t>::max() ||
+        !system.setSystemTime(long(secs)))
         return;
     system.syncHwclock();
     // Show the new time now rather than at the next tick, and count the seconds on from it.

@@ -18,6 +18,8 @@
 #include <QtQuick/private/qquicktextinput_p.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <limits>
 
 namespace QSP {
 
@@ -141,8 +143,12 @@ void TimeEditPopup::updateInputsFromDateTime()
 bool TimeEditPopup::validateInputs() const
 {
     const QDateTime value = getInputDateTime();
-    // A year cut short ("203") still makes a date, but not one that the system clock can be set to.
-    return value.isValid() && value.date().year() >= FirstYear && value.date().year() <= LastYear;
+    // A year cut short ("203") still makes a date, but not one that the system clock can be set to. Nor can
+    // a time of 2038 past the panel's clock, which counts seconds since 1970 in 32 bits (2038-01-19 03:14:07
+    // UTC is its last).
+    const qint64 secs = value.toSecsSinceEpoch();
+    return value.isValid() && value.date().year() >= FirstYear && value.date().year() <= LastYear &&
+           secs >= 0 && secs <= std::numeric_limits<std::int32_t>::max();
 }
 
 QDateTime TimeEditPopup::getInputDateTime() const

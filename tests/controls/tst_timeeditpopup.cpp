@@ -3,6 +3,9 @@
 #include "ControlFixture.h"
 #include "TimeEditPopup.h"
 
+#include <cstdint>
+#include <limits>
+
 using QSP::TimeEditPopup;
 
 namespace {
@@ -233,6 +236,11 @@ void tst_TimeEditPopup::editing_data()
     confirm("year cut short", QStringLiteral("touch:year type:203 key:Return"), QDateTime());
     confirm("hour empty", QStringLiteral("touch:hour key:Del touch:ok"), QDateTime());
     confirm("second empty", QStringLiteral("touch:second key:Del key:Return"), QDateTime());
+    // The panel's clock holds seconds since 1970 in 32 bits: its last second is taken, the next one is not.
+    const QDateTime last =
+        QDateTime::fromSecsSinceEpoch(std::numeric_limits<std::int32_t>::max(), Qt::LocalTime);
+    confirm("last second of the clock", QStringLiteral("touch:ok"), last, last);
+    confirm("one second later", QStringLiteral("touch:ok"), QDateTime(), last.addSecs(1));
 }
 
 void tst_TimeEditPopup::editing()
