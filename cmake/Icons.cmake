@@ -7,6 +7,9 @@
 # qsp_render_icons(<out_var>)
 #   Adds the iconrender executable and one rendering rule per icon, and sets <out_var> in the caller's
 #   scope to the list of absolute paths of the rendered PNGs. Expects Qt5 Svg and Gui to be found already.
+#
+# QSP_ICONRENDER names an iconrender program built elsewhere, used instead of building one. A cross build
+# needs it, since the icons are rendered on the build machine: scripts/armhf.sh builds one natively first.
 
 set(_QSP_ICONS_ROOT "${CMAKE_CURRENT_LIST_DIR}/..")
 get_filename_component(_QSP_ICONS_ROOT "${_QSP_ICONS_ROOT}" ABSOLUTE)
@@ -56,8 +59,14 @@ set(_QSP_ICON_TABLE
     singal4G_5          40x40
 )
 
+set(QSP_ICONRENDER "" CACHE FILEPATH "iconrender program to use instead of building one (cross builds)")
+if(CMAKE_CROSSCOMPILING AND NOT QSP_ICONRENDER)
+    message(FATAL_ERROR "A cross build renders its icons with a program for the build machine: build "
+                        "iconrender natively and pass it as -DQSP_ICONRENDER=<path> (scripts/armhf.sh does).")
+endif()
+
 function(qsp_render_icons out_var)
-    if(NOT TARGET iconrender)
+    if(NOT QSP_ICONRENDER AND NOT TARGET iconrender)
         add_executable(iconrender "${_QSP_ICONS_ROOT}/tools/iconrender/main.cpp")
         target_link_libraries(iconrender PRIVATE Qt5::Svg Qt5::Gui)
         set_target_properties(iconrender PROPERTIES
@@ -67,6 +76,11 @@ function(qsp_render_icons out_var)
             AUTOMOC OFF
             AUTORCC OFF
             AUTOUIC OFF)
+    endif()
+    if(QSP_ICONRENDER)
+        set(renderer "${QSP_ICONRENDER}")
+    else()
+        set(renderer iconrender)
     endif()
 
     set(src_dir "${_QSP_ICONS_ROOT}/qml/setting/icons/src")
@@ -91,8 +105,8 @@ function(qsp_render_icons out_var)
         set(png "${out_dir}/${name}.png")
         add_custom_command(
             OUTPUT "${png}"
-            COMMAND iconrender "${svg}" "${png}" ${width} ${height}
-            DEPENDS "${svg}" iconrender
+            COMMAND "${renderer}" "${svg}" "${png}" ${width} ${height}
+            DEPENDS "${svg}" "${renderer}"
             COMMENT "Rendering icon ${name}.png (${width}x${height})"
             VERBATIM)
         list(APPEND pngs "${png}")
