@@ -422,13 +422,21 @@ void tst_NetworkPage::addressEdits_data()
     QTest::addColumn<int>("field");
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QStringList>("calls");
+    QTest::addColumn<int>("key"); // that ends the editing
 
-    QTest::newRow("IP address") << "IP Address" << 3 << "50" << texts({"setIp 1 192.168.1.50 1"});
-    QTest::newRow("subnet mask") << "Subnet Mask" << 2 << "0" << texts({"setSubnetMask 1 255.255.0.0 1"});
-    QTest::newRow("gateway") << "Default Gateway" << 0 << "10" << texts({"setGateway 1 10.168.1.1 1"});
-    QTest::newRow("same number") << "IP Address" << 0 << "192" << QStringList{};
-    QTest::newRow("DNS 1 writes both") << "DNS 1" << 0 << "10" << texts({"setDns 1 10.168.1.1 8.8.8.8"});
-    QTest::newRow("DNS 2 writes both") << "DNS 2" << 3 << "4" << texts({"setDns 1 192.168.1.1 8.8.8.4"});
+    const int done = Qt::Key_Return;
+    QTest::newRow("IP address") << "IP Address" << 3 << "50" << texts({"setIp 1 192.168.1.50 1"}) << done;
+    QTest::newRow("subnet mask") << "Subnet Mask" << 2 << "0" << texts({"setSubnetMask 1 255.255.0.0 1"})
+                                 << done;
+    QTest::newRow("gateway") << "Default Gateway" << 0 << "10" << texts({"setGateway 1 10.168.1.1 1"})
+                             << done;
+    QTest::newRow("same number") << "IP Address" << 0 << "192" << QStringList{} << done;
+    QTest::newRow("DNS 1 writes both")
+        << "DNS 1" << 0 << "10" << texts({"setDns 1 10.168.1.1 8.8.8.8"}) << done;
+    QTest::newRow("DNS 2 writes both")
+        << "DNS 2" << 3 << "4" << texts({"setDns 1 192.168.1.1 8.8.8.4"}) << done;
+    QTest::newRow("cancelled mid-edit") << "IP Address" << 3 << "77" << QStringList{} << int(Qt::Key_Escape);
+    QTest::newRow("cancelled DNS") << "DNS 1" << 0 << "10" << QStringList{} << int(Qt::Key_Escape);
 }
 
 void tst_NetworkPage::addressEdits()
@@ -453,7 +461,8 @@ void tst_NetworkPage::addressEdits()
     settle();
     PanelSimulator::clearCallLog();
 
-    QTest::keyClick(m_f->window(), Qt::Key_Return);
+    QFETCH(int, key);
+    QTest::keyClick(m_f->window(), Qt::Key(key));
     QVERIFY(!input->editing());
     QTEST(logged(), "calls");
 }
