@@ -247,12 +247,17 @@ std::optional<MAC> PanelState::macFromText(const QString &text)
     const QStringList parts = text.split(QLatin1Char(':'));
     if (parts.size() != 6)
         return std::nullopt;
+    const auto isHexDigit = [](QChar c) {
+        return (c >= QLatin1Char('0') && c <= QLatin1Char('9')) ||
+               (c >= QLatin1Char('a') && c <= QLatin1Char('f')) ||
+               (c >= QLatin1Char('A') && c <= QLatin1Char('F'));
+    };
     MAC mac{};
     for (int i = 0; i < 6; ++i) {
-        bool ok = false;
-        const uint value = parts[i].toUInt(&ok, 16);
-        if (!ok || parts[i].size() != 2 || value > 0xFF)
+        // Exactly two hex digits: toUInt alone would also take a sign or a leading space.
+        if (parts[i].size() != 2 || !isHexDigit(parts[i][0]) || !isHexDigit(parts[i][1]))
             return std::nullopt;
+        const uint value = parts[i].toUInt(nullptr, 16);
         mac[static_cast<size_t>(i)] = static_cast<unsigned char>(value);
     }
     return mac;

@@ -549,6 +549,14 @@ void tst_SystemSet::wrongTypesKeepTheirDefaults()
     QCOMPARE(p.getAllNIC(), int(SystemSet::NIC_LAN0 | SystemSet::NIC_WIFI));
     QCOMPARE(p.getDefaultNIC(), SystemSet::NIC_LAN0);
     QCOMPARE(p.get4GSignal(SystemSet::NIC_4G), 0); // no modem on this panel
+
+    // Each pair of a MAC address is two hex digits: no sign, no padding.
+    for (const char *mac : {" 0:1A:2B:3C:4D:5E", "+0:1A:2B:3C:4D:5E", "0x:1A:2B:3C:4D:5E"}) {
+        const QByteArray json = QByteArray(R"({"adapters": {"LAN0": {"mac": ")") + mac + R"("}}})";
+        const QByteArray macErr =
+            captureStderr([&] { QVERIFY(PanelSimulator::loadStateJson(json.constData())); });
+        QVERIFY2(macErr.contains("\"adapters.LAN0.mac\""), mac);
+    }
 }
 
 void tst_SystemSet::outOfRangeValues()
