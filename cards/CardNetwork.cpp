@@ -7,6 +7,7 @@
 #include "CMacInput.h"
 #include "CardDNS.h"
 #include "ComboBox.h"
+#include "ComponentCache.h"
 #include "GlobalInfo.h"
 #include "MeyerSingleton.h"
 #include "OnGuiThread.h"
@@ -166,25 +167,13 @@ void setPixelSize(QQuickText *text, int pixelSize)
     text->setFont(font);
 }
 
-/// The adapter button document, compiled once for the life of the process; null (reported once) when it
-/// cannot be used.
+/// The adapter button document, compiled once per engine; null (reported once) when it cannot be used.
 QQmlComponent *nicButtonComponent(QQmlEngine *engine)
 {
-    static QQmlComponent *component = nullptr;
-    static bool reported = false;
-    if (!component && engine)
-        component =
-            new QQmlComponent(engine, QUrl(QStringLiteral("qrc:/setting/flatui/NICButton.qml")), engine);
-    if (component && component->isReady())
-        return component;
-    if (!reported) {
-        reported = true;
-        if (component)
-            qWarning().noquote() << component->errorString();
-        else
-            qWarning("QSP::CardNetwork: no QML engine to make the adapter buttons in");
-    }
-    return nullptr;
+    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/flatui/NICButton.qml")));
+    if (!engine)
+        qWarning("QSP::CardNetwork: no QML engine to make the adapter buttons in");
+    return document.component(engine);
 }
 
 } // namespace

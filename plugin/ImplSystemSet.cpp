@@ -1,6 +1,7 @@
 #include "ImplSystemSet.h"
 
 #include "AppRootItem.h"
+#include "ComponentCache.h"
 #include "GlobalInfo.h"
 
 #include <QQmlComponent>
@@ -9,28 +10,49 @@
 
 namespace QSP {
 
+namespace {
+
+void registerRootType()
+{
+    static bool registered = false;
+    if (!registered) {
+        registered = true;
+        qmlRegisterType<AppRootItem>("QQuickSystemSet", 1, 0, "AppRootItem");
+    }
+}
+
+} // namespace
+
 QQuickItem *ImplSystemSet::init(QQmlEngine *engine, int width, int height, int popupZ)
 {
-    static QQmlComponent *s_component = nullptr;
-    GlobalInfo &info = GlobalInfo::instance();
-    if (!engine)
+    if (!engine) {
+        qWarning("QSP::ImplSystemSet::init: no QML engine given; no settings screen");
         return nullptr;
-    if (!s_component) {
-        qmlRegisterType<AppRootItem>("QQuickSystemSet", 1, 0, "AppRootItem");
-        s_component = new QQmlComponent(engine, QUrl(QStringLiteral("qrc:/setting/main.qml")));
-        if (!s_component->isReady()) {
-            qWarning("%s", qPrintable(s_component->errorString()));
-            return nullptr;
-        }
     }
-    if (!s_component->isReady())
+    // Once built, the screen is this object's for as long as its root item and its engine live.
+    if (m_root && m_root->engine()) {
+        if (m_root->engine() == engine)
+            return m_root;
+        qWarning("QSP::ImplSystemSet::init: this screen was built in another QML engine; no second screen");
         return nullptr;
+    }
+    // One screen per process: its cards, its keyboard and the screen information are process-wide.
+    if (AppRootItem *other = AppRootItem::instance(); other && other->engine()) {
+        qWarning("QSP::ImplSystemSet::init: a settings screen exists already; delete its root item or its "
+                 "engine before building another");
+        return nullptr;
+    }
 
-    QObject *object = s_component->beginCreate(engine->rootContext());
+    // Compiled again for a new engine (the host may replace its engine after deleting the first).
+    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/main.qml")), &registerRootType);
+    QQmlComponent *component = document.component(engine);
+    if (!component)
+        return nullptr;
+    QObject *object = component->beginCreate(engine->rootContext());
     auto *root = qobject_cast<AppRootItem *>(object);
     if (!root) {
         if (object) {
-            s_component->completeCreate();
+            component->completeCreate();
             delete object;
         }
         return nullptr;
@@ -38,26 +60,28 @@ QQuickItem *ImplSystemSet::init(QQmlEngine *engine, int width, int height, int p
     // The real size before completion, so that main.qml's bindings see it from the start.
     root->setWidth(width);
     root->setHeight(height);
-    s_component->completeCreate();
+    component->completeCreate();
 
+    GlobalInfo &info = GlobalInfo::instance();
     info.setRootPopupZ(popupZ);
     info.setScreenWidth(width);
     info.setScreenHeight(height);
     info.setQmlEngine(engine);
     root->init(engine);
+    m_root = root;
     return root;
 }
 
 void ImplSystemSet::open()
 {
-    if (AppRootItem *root = AppRootItem::instance())
-        root->open();
+    if (m_root)
+        m_root->open();
 }
 
 void ImplSystemSet::close()
 {
-    if (AppRootItem *root = AppRootItem::instance())
-        root->close();
+    if (m_root)
+        m_root->close();
 }
 
 } // namespace QSP

@@ -5,23 +5,31 @@
 #include "BrightButton.h"
 #include "CIpInput.h"
 #include "ComboBox.h"
+#include "ComponentCache.h"
 #include "Dialog.h"
 #include "GlobalInfo.h"
 #include "MeyerSingleton.h"
 #include "SystemSet.h"
+#include "VkbManager.h"
 
 #include <QCoreApplication>
+#include <QKeyEvent>
 #include <QMetaMethod>
 #include <QQmlComponent>
 #include <QQmlContext>
 #include <QQmlEngine>
 #include <QQuickWindow>
+#include <QtQml/private/qqmlcontext_p.h>
+#include <QtQml/private/qqmldata_p.h>
 #include <QtQuick/private/qquickanchors_p.h>
 #include <QtQuick/private/qquickflickable_p.h>
 #include <QtQuick/private/qquickimage_p.h>
 #include <QtQuick/private/qquickitem_p.h>
 #include <QtQuick/private/qquickpositioners_p.h>
 #include <QtQuick/private/qquicktext_p.h>
+#include <QtQuickTemplates2/private/qquickpopup_p.h>
+
+#include <algorithm>
 
 namespace QSP {
 
@@ -166,6 +174,30 @@ AppRootItem::~AppRootItem()
 {
     if (g_root == this)
         g_root = nullptr;
+    // ~QQuickItem, which runs next, unparents the items below and so emits their signals. By then this
+    // object is no longer a root item: nothing may reach its slots, and the items' bindings, which would
+    // only warn about their lost parents, are not evaluated again.
+    QList<QObject *> below = findChildren<QObject *>();
+    for (QList<QQuickItem *> items = childItems(); !items.isEmpty();) {
+        QQuickItem *item = items.takeLast();
+        below << item;
+        items << item->childItems();
+    }
+    disconnect(this, nullptr, this, nullptr);
+    disconnect(&GlobalInfo::instance(), nullptr, this, nullptr);
+    for (QObject *object : qAsConst(below))
+        disconnect(object, nullptr, this, nullptr);
+    // The documents' contexts end now, as they would with the engine, so that no binding runs again.
+    QQmlContextData *shared = m_engine ? QQmlContextData::get(m_engine->rootContext()) : nullptr;
+    below << this;
+    for (QObject *object : qAsConst(below)) {
+        QQmlData *data = QQmlData::get(object);
+        for (QQmlContextData *context :
+             {data ? data->context : nullptr, data ? data->outerContext : nullptr}) {
+            if (context && context != shared && context->isValid())
+                context->invalidate();
+        }
+    }
 }
 
 AppRootItem *AppRootItem::instance()
@@ -183,6 +215,7 @@ void AppRootItem::init(QQmlEngine *engine)
 {
     GlobalInfo &info = GlobalInfo::instance();
     info.setQmlEngine(engine);
+    m_engine = engine;
 
     m_titleBar = part<QQuickItem>(this, "titleBar");
     m_titleText = part<QQuickText>(this, "titleText");
@@ -219,6 +252,11 @@ void AppRootItem::open()
 {
     GlobalInfo::instance().checkExternalLanguageChange();
     setVisible(true);
+}
+
+QQmlEngine *AppRootItem::engine() const
+{
+    return m_engine;
 }
 
 int AppRootItem::titleHeight() const
@@ -447,16 +485,10 @@ qreal AppRootItem::menuButtonMargin() const
 
 QQuickItem *AppRootItem::createMenuButton(QQuickItem *parent)
 {
-    static QQmlComponent *pComp = nullptr;
+    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/flatui/MenuButton.qml")));
     QQmlEngine *engine = GlobalInfo::instance().qmlEngine();
-    if (!engine || !parent)
-        return nullptr;
-    if (!pComp) {
-        pComp = new QQmlComponent(engine, QUrl(QStringLiteral("qrc:/setting/flatui/MenuButton.qml")), engine);
-        if (!pComp->isReady())
-            qWarning("%s", qPrintable(pComp->errorString()));
-    }
-    if (!pComp->isReady())
+    QQmlComponent *pComp = parent ? document.component(engine) : nullptr;
+    if (!pComp)
         return nullptr;
 
     auto *item = qobject_cast<QQuickItem *>(pComp->beginCreate(engine->rootContext()));
@@ -631,8 +663,51 @@ void AppRootItem::onWindowAvailable(QQuickWindow *window)
     disconnect(m_windowConnection);
 }
 
+bool AppRootItem::holds(const QQuickItem *item) const
+{
+    if (!item)
+        return false;
+    if (item == this || isAncestorOf(item))
+        return true;
+    // Popups live in the window's overlay, away from the items that own them.
+    const auto popups = findChildren<QQuickPopup *>();
+    return std::any_of(popups.begin(), popups.end(), [item](const QQuickPopup *popup) {
+        return popup->popupItem() == item || popup->popupItem()->isAncestorOf(item);
+    });
+}
+
+void AppRootItem::endInteraction()
+{
+    QQuickWindow *window = this->window();
+    // An edit under way ends as Escape ends it: the field takes back what it held and nothing is written.
+    if (QQuickItem *focused = window ? window->activeFocusItem() : nullptr; holds(focused)) {
+        QKeyEvent press(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+        QKeyEvent release(QEvent::KeyRelease, Qt::Key_Escape, Qt::NoModifier);
+        QCoreApplication::sendEvent(focused, &press);
+        QCoreApplication::sendEvent(focused, &release);
+    }
+    const auto popups = findChildren<QQuickPopup *>();
+    for (QQuickPopup *popup : popups) {
+        if (popup->isVisible())
+            popup->close();
+    }
+    VkbManager::instance().showVkb(false);
+    // Nothing of the hidden screen keeps the focus, so that keys typed afterwards reach none of its items.
+    for (int scope = 0; window && scope < 16; ++scope) {
+        QQuickItem *focused = window->activeFocusItem();
+        if (!holds(focused))
+            break;
+        focused->setFocus(false);
+        if (window->activeFocusItem() == focused) { // not given up within its scope: leave the scene's focus
+            window->contentItem()->forceActiveFocus();
+            break;
+        }
+    }
+}
+
 void AppRootItem::close()
 {
+    endInteraction();
     const bool tavrex = GlobalInfo::instance().isStartedFromTavrex();
     highlightMenuButton(tavrex ? MI_Exit : MI_Reboot, false);
     if (!shouldMenuFill()) {

@@ -2,6 +2,8 @@
 
 #include <QtQuick/private/qquickrectangle_p.h>
 
+#include <QPointer>
+
 #include <array>
 
 class QQmlComponent;
@@ -62,6 +64,8 @@ public:
     void init(QQmlEngine *engine);
     /// Follows a language changed elsewhere, then shows the screen.
     void open();
+    /// The engine the screen was built in; null before init() and once the host deleted it.
+    QQmlEngine *engine() const;
 
     int titleHeight() const;
     MenuIndex currentPage() const { return m_currentPage; }
@@ -98,7 +102,8 @@ Q_SIGNALS:
     void opened();
 
 public Q_SLOTS:
-    /// Leaves the screen: back to the General page (or to the menu where it fills the screen), hidden.
+    /// Leaves the screen: ends every edit without writing it, closes popups and the keyboard, then goes back
+    /// to the General page (or to the menu where it fills the screen), hidden.
     void close();
 
 private Q_SLOTS:
@@ -111,6 +116,11 @@ private Q_SLOTS:
     void followNetworkAdapter();
 
 private:
+    /// Whether @p item belongs to the screen: the root, an item below it, or an item of one of its popups.
+    bool holds(const QQuickItem *item) const;
+    /// Ends whatever the user was doing: an edit is cancelled as Escape cancels it, popups and the keyboard
+    /// close, and the screen's items give up the focus.
+    void endInteraction();
     void addCard(Cards card);
     void wireCard(Cards card);
     void layoutTitleText();
@@ -130,6 +140,7 @@ private:
     QQuickItem *m_cardsParent = nullptr;
     std::array<QQuickItem *, 9> m_cards{};
     QMetaObject::Connection m_windowConnection;
+    QPointer<QQmlEngine> m_engine;
 };
 
 /// The translated title of a page; empty for MI_None and unknown values.

@@ -3,6 +3,7 @@
 #include "SystemSet.h"
 
 #include <QCoreApplication>
+#include <QQmlEngine>
 #include <QQuickWindow>
 #include <QScreen>
 #include <QTranslator>
@@ -67,6 +68,11 @@ void GlobalInfo::initializeNativeOrientation(QQuickWindow *window)
     const QSizeF size = window->screen()->physicalSize();
     m_nativePortrait = qRound(size.width()) < qRound(size.height());
     m_nativeOrientationKnown = true;
+}
+
+QQmlEngine *GlobalInfo::qmlEngine() const
+{
+    return m_qmlEngine;
 }
 
 void GlobalInfo::setQmlEngine(QQmlEngine *engine)

@@ -4,6 +4,7 @@
 
 #include <QLocale>
 #include <QObject>
+#include <QPointer>
 #include <QSize>
 
 #include <functional>
@@ -44,7 +45,8 @@ public:
     int rootPopupZ() const { return m_rootPopupZ; }
     void setRootPopupZ(int z) { m_rootPopupZ = z; }
 
-    QQmlEngine *qmlEngine() const { return m_qmlEngine; }
+    /// The host's engine; null before the screen is built and once the host deleted it.
+    QQmlEngine *qmlEngine() const;
     void setQmlEngine(QQmlEngine *engine);
 
     /// The host program's application name is exactly "tavrex".
@@ -65,7 +67,7 @@ private:
     int m_screenWidth = -1;
     int m_screenHeight = -1;
     bool m_startedFromTavrex = false;
-    QQmlEngine *m_qmlEngine = nullptr;
+    QPointer<QQmlEngine> m_qmlEngine;    ///< the host's; null once it is deleted
     QTranslator *m_translator = nullptr; ///< owned by the application object
     bool m_nativePortrait = false;
     bool m_nativeOrientationKnown = false;
