@@ -1,8 +1,14 @@
 #include "CallbackWorker.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace HMI {
+
+// The longest delay (about 24.9 days) added to the clock's reading stays far inside the clock's range.
+static_assert(std::chrono::steady_clock::duration::max() / 1000 >
+                  std::chrono::milliseconds(std::numeric_limits<int>::max()),
+              "a due time cannot overflow");
 
 CallbackWorker::CallbackWorker()
     : m_thread([this] { run(); })
@@ -10,19 +16,23 @@ CallbackWorker::CallbackWorker()
 
 CallbackWorker::~CallbackWorker()
 {
+    Tasks dropped;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_stopping = true;
-        m_tasks.clear();
+        dropped.swap(m_tasks);
     }
     m_wake.notify_all();
     m_thread.join();
+    // The dropped tasks' captured values die here, outside the lock, after the thread has stopped.
 }
 
 void CallbackWorker::post(int delayMs, std::function<void()> task)
 {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_stopping)
+            return; // a task posted from a task while the worker shuts down never runs
         const auto due = Clock::now() + std::chrono::milliseconds(std::max(0, delayMs));
         // The sequence number keeps tasks that fall due together in the order they were posted.
         m_tasks.emplace(std::make_pair(due, m_sequence++), std::move(task));
@@ -32,8 +42,9 @@ void CallbackWorker::post(int delayMs, std::function<void()> task)
 
 void CallbackWorker::clear()
 {
+    Tasks dropped;
     std::lock_guard<std::mutex> lock(m_mutex);
-    m_tasks.clear();
+    dropped.swap(m_tasks);
     if (m_running == 0)
         m_idle.notify_all();
 }
@@ -65,8 +76,10 @@ void CallbackWorker::run()
             continue;
         }
         const auto first = m_tasks.begin();
-        if (first->first.first > Clock::now()) {
-            m_wake.wait_until(lock, first->first.first);
+        // A copy: the wait reads its deadline again on waking, when the task may have been dropped.
+        const Clock::time_point due = first->first.first;
+        if (due > Clock::now()) {
+            m_wake.wait_until(lock, due);
             continue;
         }
         std::function<void()> task = std::move(first->second);

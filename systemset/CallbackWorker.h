@@ -15,7 +15,8 @@ class CallbackWorker
 {
 public:
     CallbackWorker();
-    /// Drops what is still pending and joins the thread.
+    /// Drops what is still pending (whatever its delay), waits for a task already running and joins the
+    /// thread.
     ~CallbackWorker();
     CallbackWorker(const CallbackWorker &) = delete;
     CallbackWorker &operator=(const CallbackWorker &) = delete;
@@ -31,12 +32,15 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
+    /// Tasks by due time; the sequence number keeps tasks that fall due together in the order they were
+    /// posted.
+    using Tasks = std::multimap<std::pair<Clock::time_point, std::uint64_t>, std::function<void()>>;
     void run();
 
     mutable std::mutex m_mutex;
     std::condition_variable m_wake;
     std::condition_variable m_idle;
-    std::multimap<std::pair<Clock::time_point, std::uint64_t>, std::function<void()>> m_tasks;
+    Tasks m_tasks;
     std::uint64_t m_sequence = 0;
     int m_running = 0;
     bool m_stopping = false;

@@ -14,8 +14,10 @@
 #include <QtTest>
 
 #include <atomic>
+#include <climits>
 #include <cstdio>
 #include <fcntl.h>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <unistd.h>
@@ -107,6 +109,8 @@ private Q_SLOTS:
     void logLines();
     void ssidsInTheLog();
     void callbacksArriveOnWorkerAfterDelay();
+    void shutdownWithWorkPending_data();
+    void shutdownWithWorkPending();
     void scanAndReset();
     void connectOutcomes_data();
     void connectOutcomes();
@@ -319,6 +323,46 @@ void tst_SystemSet::callbacksArriveOnWorkerAfterDelay()
     QCOMPARE(ping.values, QList<int>{0});
     QCOMPARE(ping.onWorker, QList<bool>{true});
     QVERIFY(!PanelSimulator::isCallbackThread());
+}
+
+void tst_SystemSet::shutdownWithWorkPending_data()
+{
+    QTest::addColumn<int>("delayMs");
+    QTest::addColumn<int>("maxCalls"); // -1: whichever fell due before the end
+    QTest::newRow("due at once") << 0 << -1;
+    QTest::newRow("due during the shutdown") << 30 << -1;
+    QTest::newRow("due in a second") << 1000 << 1;
+    QTest::newRow("longest delay") << INT_MAX << 1; // only connectWifi's "connecting" comes at once
+}
+
+void tst_SystemSet::shutdownWithWorkPending()
+{
+    QFETCH(int, delayMs);
+    const QString path = m_dir.filePath(QStringLiteral("shutdown.json"));
+    const QByteArray d = QByteArray::number(delayMs);
+    writeFile(path, R"({"delaysMs": {"dhcp": )" + d + R"(, "ping": )" + d + R"(, "scan": )" + d +
+                        R"(, "reset": )" + d + R"(, "connect": )" + d + "}}");
+    qputenv("QSP_PANEL_STATE", path.toUtf8());
+    qputenv("QSP_PANEL_LOG", QByteArray());
+    // A host that exits with a ping, a scan, a DHCP request and a connection under way.
+    auto calls = std::make_shared<std::atomic<int>>(0);
+    QElapsedTimer timer;
+    {
+        SystemSet own;
+        const auto count = [calls](auto &&...) { ++*calls; };
+        own.setDHCP(SystemSet::NIC_LAN0, true, count, true);
+        own.pingTest(SystemSet::NIC_LAN0, count);
+        own.scanWifi(count);
+        own.resetWifi(count);
+        own.connectWifi(ssidOf("Office"), "welcome1", count);
+        QThread::msleep(20); // the callback thread now waits for the first task to fall due
+        timer.start();
+    }
+    QVERIFY2(timer.elapsed() < 500, QByteArray::number(timer.elapsed())); // nothing pending is waited for
+    QCOMPARE(calls.use_count(), 1L);                                      // the dropped tasks are freed
+    QFETCH(int, maxCalls);
+    if (maxCalls >= 0)
+        QVERIFY(*calls <= maxCalls);
 }
 
 void tst_SystemSet::scanAndReset()
