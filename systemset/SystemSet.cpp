@@ -25,11 +25,19 @@ const char *envOrEmpty(const char *name)
     return value ? value : "";
 }
 
-/// A name for the log: the text when its bytes are valid UTF-8, else "hex:" and the bytes.
+/// A name for the log: in quotes as it is when it is printable UTF-8 without quotes or backslashes, else
+/// "hex:" and its bytes, so that no name can end the quotes early or write a line of its own.
 std::string ssidForLog(const std::string &bytes)
 {
     const QByteArray raw = QByteArray::fromStdString(bytes);
-    if (QString::fromUtf8(raw).toUtf8() == raw)
+    const QString text = QString::fromUtf8(raw);
+    bool printable = text.toUtf8() == raw;
+    for (const uint c : text.toUcs4()) {
+        // C0 and C1 controls, DEL, the line and paragraph separators, and the log's own quoting.
+        if (c < 0x20 || (c >= 0x7F && c <= 0x9F) || c == 0x2028 || c == 0x2029 || c == '"' || c == '\\')
+            printable = false;
+    }
+    if (printable)
         return '"' + bytes + '"';
     return "\"hex:" + raw.toHex().toStdString() + '"';
 }

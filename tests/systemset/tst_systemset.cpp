@@ -107,6 +107,7 @@ private Q_SLOTS:
     void liveAddresses();
     void logLines_data();
     void logLines();
+    void ssidsInTheLog_data();
     void ssidsInTheLog();
     void callbacksArriveOnWorkerAfterDelay();
     void shutdownWithWorkPending_data();
@@ -280,19 +281,43 @@ void tst_SystemSet::logLines()
     QCOMPARE(PanelSimulator::callLog().size(), size_t(1));
 }
 
+void tst_SystemSet::ssidsInTheLog_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    QTest::addColumn<QByteArray>("logged");
+
+    QTest::newRow("plain") << QByteArray("Office") << QByteArray("\"Office\"");
+    QTest::newRow("UTF-8 text") << QByteArray("\xe5\xb7\xa5\xe5\x8e\x82 A")
+                                << QByteArray("\"\xe5\xb7\xa5\xe5\x8e\x82 A\"");
+    QTest::newRow("empty") << QByteArray() << QByteArray("\"\"");
+    QTest::newRow("32 bytes, no terminator") << QByteArray(40, 'x') << "\"" + QByteArray(32, 'x') + "\"";
+    QTest::newRow("GB2312") << QByteArray::fromHex("c4e3bac3") << QByteArray("\"hex:c4e3bac3\"");
+    QTest::newRow("UTF-8 cut short") << QByteArray("\xe5\xb7") << QByteArray("\"hex:e5b7\"");
+    QTest::newRow("forged line") << QByteArray("a\" pw=0\nreboot")
+                                 << QByteArray("\"hex:61222070773d300a7265626f6f74\"");
+    QTest::newRow("quote") << QByteArray("a\"b") << QByteArray("\"hex:612262\"");
+    QTest::newRow("backslash") << QByteArray("a\\b") << QByteArray("\"hex:615c62\"");
+    QTest::newRow("carriage return") << QByteArray("a\rb") << QByteArray("\"hex:610d62\"");
+    QTest::newRow("tab") << QByteArray("a\tb") << QByteArray("\"hex:610962\"");
+    QTest::newRow("DEL") << QByteArray("a\x7f") << QByteArray("\"hex:617f\"");
+    QTest::newRow("C1 next line") << QByteArray("a\xc2\x85") << QByteArray("\"hex:61c285\"");
+    QTest::newRow("line separator") << QByteArray("a\xe2\x80\xa8") << QByteArray("\"hex:61e280a8\"");
+    QTest::newRow("paragraph separator") << QByteArray("\xe2\x80\xa9") << QByteArray("\"hex:e280a9\"");
+}
+
 void tst_SystemSet::ssidsInTheLog()
 {
-    SystemSet &p = panel();
-    p.connectWifi(ssidOf(QByteArray::fromHex("c4e3bac3")), "", nullptr);
-    p.connectWifi(ssidOf("\xe5\xb7\xa5\xe5\x8e\x82"), "密码", nullptr); // valid UTF-8 stays text
-    HMI::SSID full{};
-    std::fill(full.begin(), full.end(), 'x'); // no terminator: the name is cut at 32 bytes
-    p.connectWifi(full, "p", nullptr);
-    const auto log = PanelSimulator::callLog();
-    QCOMPARE(log.size(), size_t(3));
-    QCOMPARE(log[0], std::string("connectWifi \"hex:c4e3bac3\" pw=0"));
-    QCOMPARE(log[1], std::string("connectWifi \"\xe5\xb7\xa5\xe5\x8e\x82\" pw=6"));
-    QCOMPARE(log[2], "connectWifi \"" + std::string(32, 'x') + "\" pw=1");
+    QFETCH(QByteArray, name);
+    QFETCH(QByteArray, logged);
+    HMI::SSID ssid{};
+    std::fill(ssid.begin(), ssid.end(), 'x'); // a name of 32 bytes has no terminator
+    std::copy_n(name.constData(), std::min(name.size(), 32), ssid.begin());
+    if (name.size() < 32)
+        ssid[static_cast<size_t>(name.size())] = '\0';
+    QVERIFY(PanelSimulator::loadStateJson(R"({"delaysMs": {"connect": 0}})"));
+    panel().connectWifi(ssid, "pw", nullptr);
+    QCOMPARE(PanelSimulator::callLog(),
+             std::vector<std::string>{"connectWifi " + logged.toStdString() + " pw=2"});
 }
 
 void tst_SystemSet::callbacksArriveOnWorkerAfterDelay()
