@@ -4,7 +4,11 @@
 #include "ComponentCache.h"
 #include "VkbManager.h"
 
+#include <QClipboard>
 #include <QColor>
+#include <QGuiApplication>
+#include <QInputMethodEvent>
+#include <QKeyEvent>
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QStringList>
@@ -178,8 +182,10 @@ void CIpInput::componentComplete()
     m_input2 = field("ipi2");
     m_input3 = field("ipi3");
     if (hasFields()) {
-        for (QQuickTextInput *input : {m_input0, m_input1, m_input2, m_input3})
+        for (QQuickTextInput *input : {m_input0, m_input1, m_input2, m_input3}) {
             connect(input, &QQuickItem::activeFocusChanged, this, &CIpInput::onFocusChanged);
+            input->installEventFilter(this);
+        }
     }
     connect(this, &CIpInput::editingChanged, this, &CIpInput::onEditingChanged);
     connect(this, &QQuickItem::enabledChanged, this, &CIpInput::onEnableChanged);
@@ -207,6 +213,70 @@ void CIpInput::showInFields(const QString &text)
     const QVector<QQuickTextInput *> fields{m_input0, m_input1, m_input2, m_input3};
     for (int i = 0; i < fields.size() && i < parts.size(); ++i)
         fields[i]->setText(parts[i]);
+}
+
+bool CIpInput::eventFilter(QObject *watched, QEvent *event)
+{
+    const int index = fieldIndex(watched);
+    if (index < 0)
+        return QQuickItem::eventFilter(watched, event);
+    if (event->type() == QEvent::KeyPress) {
+        auto *key = static_cast<QKeyEvent *>(event);
+        if (key->matches(QKeySequence::Paste)) {
+            const QClipboard *clipboard = QGuiApplication::clipboard();
+            return clipboard && fillFromText(clipboard->text());
+        }
+        const QString text = key->text();
+        if (text.size() > 1) // a whole address in one event
+            return fillFromText(text);
+        // People type addresses with their dots: a dot ends this number and goes on to the next. It never
+        // goes into a field, where the digits on either side of it would run together.
+        if (key->key() == Qt::Key_Period || text == QLatin1String(".")) {
+            moveToNextField(index);
+            return true;
+        }
+        if (key->key() == Qt::Key_Tab && key->modifiers() == Qt::NoModifier)
+            return moveToNextField(index);
+    } else if (event->type() == QEvent::InputMethod) {
+        // An input method may hand over a whole address, or a dot, as committed text.
+        const QString commit = static_cast<QInputMethodEvent *>(event)->commitString();
+        if (commit == QLatin1String(".")) {
+            moveToNextField(index);
+            return true;
+        }
+        if (commit.contains(QLatin1Char('.')))
+            return fillFromText(commit);
+    }
+    return QQuickItem::eventFilter(watched, event);
+}
+
+bool CIpInput::fillFromText(const QString &text)
+{
+    quint32 address = 0;
+    if (!hasFields() || !parseAddress(text.trimmed(), &address))
+        return false;
+    QStringList parts;
+    for (int shift = 24; shift >= 0; shift -= 8)
+        parts << QString::number((address >> shift) & 0xFF);
+    showInFields(parts.join(QLatin1Char('.')));
+    return true;
+}
+
+bool CIpInput::moveToNextField(int index)
+{
+    const QVector<QQuickTextInput *> fields{m_input0, m_input1, m_input2, m_input3};
+    if (index < 0 || index >= fields.size() - 1 || fields[index]->text().isEmpty())
+        return false;
+    fields[index + 1]->forceActiveFocus(Qt::TabFocusReason);
+    return true;
+}
+
+int CIpInput::fieldIndex(const QObject *object) const
+{
+    if (!object)
+        return -1;
+    const QVector<const QObject *> fields{m_input0, m_input1, m_input2, m_input3};
+    return fields.indexOf(object);
 }
 
 bool CIpInput::hasFields() const

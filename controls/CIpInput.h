@@ -69,8 +69,17 @@ public Q_SLOTS:
 
 protected:
     void componentComplete() override;
+    /// Dots, the keyboard's next key and whole addresses typed or pasted into a field.
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    /// Shows a whole dotted address typed or pasted at once in the four fields; false when @p text is none.
+    bool fillFromText(const QString &text);
+    /// Moves the editing on from field @p index to the next one, as a dot does; false from the last field
+    /// or from an empty one.
+    bool moveToNextField(int index);
+    int fieldIndex(const QObject *object) const;
+
     void internalSetIp(const QString &text);
     void showInFields(const QString &text);
     bool hasFields() const;
