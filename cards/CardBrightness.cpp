@@ -10,6 +10,8 @@
 #include <QQmlEngine>
 #include <QtQuick/private/qquicktext_p.h>
 
+#include <algorithm>
+
 namespace QSP {
 
 namespace {
@@ -37,8 +39,8 @@ CardBrightness::CardBrightness(QQuickItem *parent)
     : BaseCard(parent)
     , m_brightnessTitleRowHeight(titleRowHeight())
 {
-    // Taken as the system reports it: a level outside 1..32 is shown until the user changes it.
-    m_brightnessValue = MeyerSingleton<HMI::SystemSet>::instance().bright();
+    // A level outside 1..32 is brought into range: shown as the nearest level, and the buttons step from it.
+    m_brightnessValue = std::clamp(MeyerSingleton<HMI::SystemSet>::instance().bright(), MinLevel, MaxLevel);
 }
 
 void CardBrightness::setBrightnessValue(int value)

@@ -72,7 +72,7 @@ private:
 
 void tst_GeneralPage::initTestCase()
 {
-    // A level outside 1..32, as a panel might report it.
+    // A level outside 1..32 in the panel's state: brought into range, never turning the buttons around.
     QVERIFY(PanelSimulator::loadStateJson(R"({"brightness": 40, "buzzer": true})"));
     PanelSimulator::clearCallLog();
     QVERIFY(f.load(QSize(1024, 600)));
@@ -80,9 +80,9 @@ void tst_GeneralPage::initTestCase()
     m_brightness = qobject_cast<QSP::CardBrightness *>(f.card(AppRootItem::Card_Brightness));
     m_time = qobject_cast<QSP::CardTime *>(f.card(AppRootItem::Card_Time));
     QVERIFY(m_brightness && m_time);
-    // The level is shown as read, and nothing is written while the card is made.
+    // The level is shown in range, and nothing is written while the card is made.
     const QStringList texts = ScreenFixture::visibleTexts(f.root()->getCardContainer());
-    QCOMPARE(texts.mid(0, 4), lines({"Brightness", "40", "Time", "Date & Time"}));
+    QCOMPARE(texts.mid(0, 4), lines({"Brightness", "32", "Time", "Date & Time"}));
     QCOMPARE(texts.count(QStringLiteral("Buzzer")), 2); // caption and switch label
     QVERIFY(logged("setBright").isEmpty());
 }
@@ -93,7 +93,7 @@ void tst_GeneralPage::stepButtons_data()
     QTest::addColumn<bool>("increment");
     QTest::addColumn<int>("holdMs"); // 0: a tap
     QTest::addColumn<QStringList>("writes");
-    QTest::newRow("minus tapped at 40") << 0 << false << 0 << lines({"setBright 32 0", "setBright 32 1"});
+    QTest::newRow("minus tapped at 40") << 0 << false << 0 << lines({"setBright 31 0", "setBright 31 1"});
     QTest::newRow("plus held at 32") << 32 << true << 800 << lines({"setBright 32 1"});
     QTest::newRow("minus held at 1") << 1 << false << 800 << lines({"setBright 1 1"});
     QTest::newRow("plus held from 30 stops at 32")
