@@ -1,5 +1,6 @@
 // The simulated panel's state file: the bytes parsed as JSON, read over the defaults (PanelState::read),
-// the language re-read on its own (PanelState::readLanguage), and the persisted part written back.
+// the language re-read on its own (PanelState::readLanguage), and every persisted key written back into it
+// (PanelState::writeKey), which must leave every other key as it was.
 
 #include "PanelState.h"
 
@@ -18,7 +19,7 @@ bool sameAddresses(const HMI::PanelState::Addresses &a, const HMI::PanelState::A
     return a.ip == b.ip && a.mask == b.mask && a.gateway == b.gateway;
 }
 
-/// What writePersisted() keeps, and what a re-read of the written document must give back.
+/// What the persisted keys hold, and what a re-read of the written document must give back.
 bool samePersisted(const HMI::PanelState &a, const HMI::PanelState &b)
 {
     for (size_t i = 0; i < a.adapters.size(); ++i) {
@@ -43,6 +44,14 @@ void checkState(const HMI::PanelState &s)
         std::abort();
     if (s.vpnServer != 0 && s.vpnServer != 1)
         std::abort();
+    // Values out of range are clamped.
+    if (s.brightness < 1 || s.brightness > 32 || s.wifiStrength < 0 || s.wifiStrength > 100 ||
+        (s.language != 0 && s.language != 1))
+        std::abort();
+    for (const HMI::PanelState::Network &n : s.networks) {
+        if (n.strength < 0 || n.strength > 100)
+            std::abort();
+    }
 }
 
 } // namespace
@@ -66,9 +75,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (language.readLanguage(object, name) && language.language != state.language)
         std::abort();
 
-    // Writing the persisted part back and reading the file again gives the same persisted state.
+    // Writing every persisted key back and reading the file again gives the same persisted state; the keys
+    // that are not persisted stay as they were.
+    using Key = HMI::PanelState::PersistedKey;
     QJsonObject written = object;
-    state.writePersisted(written);
+    for (size_t i = 0; i < state.adapters.size(); ++i) {
+        if (!state.adapters[i].present)
+            continue;
+        for (Key key :
+             {Key::Enabled, Key::Dhcp, Key::StaticIp, Key::StaticMask, Key::StaticGateway, Key::Dns})
+            state.writeKey(written, key, HMI::PanelState::nicOfIndex(int(i)));
+    }
+    state.writeKey(written, Key::Brightness, 0);
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        if (it.key() != QLatin1String("adapters") && it.key() != QLatin1String("brightness") &&
+            written.value(it.key()) != it.value())
+            std::abort();
+    }
     const QJsonDocument reread = QJsonDocument::fromJson(QJsonDocument(written).toJson());
     if (!reread.isObject())
         std::abort();

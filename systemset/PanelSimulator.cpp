@@ -28,7 +28,6 @@ bool PanelSimulator::loadStateJson(const std::string &json)
     const auto lock = p.lock();
     p.load(std::string());
     p.readDocument(QByteArray::fromStdString(json), QStringLiteral("(text)"));
-    p.stored = p.live;
     const bool ok = !p.fileUnusable;
     p.fileUnusable = false;
     return ok;

@@ -60,6 +60,17 @@ public:
         return true;
     }
 
+    /// A whole number, clamped to @p low..@p high.
+    bool readLevel(const QJsonObject &o, const QString &key, const QString &path, int low, int high,
+                   int &out) const
+    {
+        int value = 0;
+        if (!readInt(o, key, path, value))
+            return false;
+        out = std::clamp(value, low, high);
+        return true;
+    }
+
     bool readString(const QJsonObject &o, const QString &key, const QString &path, QString &out) const
     {
         if (!o.contains(key))
@@ -121,13 +132,6 @@ std::optional<std::string> bytesFromHex(const QString &hex)
     if (QString::fromLatin1(bytes.toHex()) != hex.toLower())
         return std::nullopt; // odd length or a character that is not a hexadecimal digit
     return std::string(bytes.constData(), static_cast<size_t>(bytes.size()));
-}
-
-QJsonObject addressesToJson(const PanelState::Addresses &a)
-{
-    return QJsonObject{{QStringLiteral("ip"), PanelState::ipToText(a.ip)},
-                       {QStringLiteral("mask"), PanelState::ipToText(a.mask)},
-                       {QStringLiteral("gateway"), PanelState::ipToText(a.gateway)}};
 }
 
 } // namespace
@@ -345,7 +349,7 @@ void PanelState::read(const QJsonObject &doc, const QString &fileName)
             else
                 r.report(QStringLiteral("wifi.connected"), "is neither a string nor null");
         }
-        r.readInt(o, QStringLiteral("strength"), QStringLiteral("wifi.strength"), wifiStrength);
+        r.readLevel(o, QStringLiteral("strength"), QStringLiteral("wifi.strength"), 0, 100, wifiStrength);
         QString scan;
         if (r.readString(o, QStringLiteral("scan"), QStringLiteral("wifi.scan"), scan)) {
             if (scan == QLatin1String("list") || scan == QLatin1String("null"))
@@ -379,8 +383,8 @@ void PanelState::read(const QJsonObject &doc, const QString &fileName)
                                             text)) {
                         net.ssid = text.toUtf8().left(32).toStdString();
                     }
-                    r.readInt(n, QStringLiteral("strength"), path + QStringLiteral(".strength"),
-                              net.strength);
+                    r.readLevel(n, QStringLiteral("strength"), path + QStringLiteral(".strength"), 0, 100,
+                                net.strength);
                     r.readBool(n, QStringLiteral("secured"), path + QStringLiteral(".secured"), net.secured);
                     if (r.readString(n, QStringLiteral("password"), path + QStringLiteral(".password"), text))
                         net.password = text.toStdString();
@@ -396,7 +400,7 @@ void PanelState::read(const QJsonObject &doc, const QString &fileName)
     }
 
     r.readBool(doc, QStringLiteral("buzzer"), QStringLiteral("buzzer"), buzzer);
-    r.readInt(doc, QStringLiteral("brightness"), QStringLiteral("brightness"), brightness);
+    r.readLevel(doc, QStringLiteral("brightness"), QStringLiteral("brightness"), 1, 32, brightness);
     readLanguage(doc, fileName);
     QString serialText;
     if (r.readString(doc, QStringLiteral("serial"), QStringLiteral("serial"), serialText))
@@ -424,32 +428,64 @@ void PanelState::read(const QJsonObject &doc, const QString &fileName)
 
 bool PanelState::readLanguage(const QJsonObject &doc, const QString &fileName)
 {
-    return Reader(fileName).readInt(doc, QStringLiteral("language"), QStringLiteral("language"), language);
+    int value = 0;
+    if (!Reader(fileName).readInt(doc, QStringLiteral("language"), QStringLiteral("language"), value))
+        return false;
+    language = value == SystemSet::LANG_CHINESE ? SystemSet::LANG_CHINESE : SystemSet::LANG_ENGLISH;
+    return true;
 }
 
-void PanelState::writePersisted(QJsonObject &doc) const
+bool PanelState::writeKey(QJsonObject &doc, PersistedKey key, int nic) const
 {
-    QJsonObject adaptersObj = doc.value(QStringLiteral("adapters")).toObject();
-    for (int i = 0; i < 5; ++i) {
-        const Adapter &a = adapters[static_cast<size_t>(i)];
-        if (!a.present)
-            continue;
-        const QString key = adapterKey(i);
-        QJsonObject o = adaptersObj.value(key).toObject();
-        o.insert(QStringLiteral("enabled"), a.enabled);
-        o.insert(QStringLiteral("dns"), QJsonArray{ipToText(a.dns.first), ipToText(a.dns.second)});
-        if (i <= 2) { // the modem and the VPN tunnel have no addresses of their own to keep
-            o.insert(QStringLiteral("dhcp"), a.dhcp);
-            o.insert(QStringLiteral("static"), addressesToJson(a.stat));
-            if (!o.contains(QStringLiteral("mac")))
-                o.insert(QStringLiteral("mac"), macToText(a.mac));
-            if (!o.contains(QStringLiteral("lease")))
-                o.insert(QStringLiteral("lease"), addressesToJson(a.lease));
-        }
-        adaptersObj.insert(key, o);
+    if (key == PersistedKey::Brightness) {
+        doc.insert(QStringLiteral("brightness"), brightness);
+        return true;
     }
+    const Adapter *a = adapter(nic);
+    if (!a || !a->present)
+        return false; // naming it would give the panel an adapter it does not have
+    const QJsonValue existing = doc.value(QStringLiteral("adapters"));
+    QJsonObject adaptersObj = existing.toObject();
+    if (!existing.isObject()) {
+        // Without an adapters object the panel has every adapter: name the ones it has now, so that the
+        // object made here does not take the others away.
+        for (int i = 0; i < 5; ++i) {
+            if (adapters[static_cast<size_t>(i)].present)
+                adaptersObj.insert(adapterKey(i), QJsonObject());
+        }
+    }
+    const QString name = adapterKey(static_cast<int>(a - adapters.data()));
+    QJsonObject o = adaptersObj.value(name).toObject();
+    const auto writeStatic = [&](const char *field, IP value) {
+        QJsonObject stat = o.value(QStringLiteral("static")).toObject();
+        stat.insert(QString::fromLatin1(field), ipToText(value));
+        o.insert(QStringLiteral("static"), stat);
+    };
+    switch (key) {
+    case PersistedKey::Enabled:
+        o.insert(QStringLiteral("enabled"), a->enabled);
+        break;
+    case PersistedKey::Dhcp:
+        o.insert(QStringLiteral("dhcp"), a->dhcp);
+        break;
+    case PersistedKey::StaticIp:
+        writeStatic("ip", a->stat.ip);
+        break;
+    case PersistedKey::StaticMask:
+        writeStatic("mask", a->stat.mask);
+        break;
+    case PersistedKey::StaticGateway:
+        writeStatic("gateway", a->stat.gateway);
+        break;
+    case PersistedKey::Dns:
+        o.insert(QStringLiteral("dns"), QJsonArray{ipToText(a->dns.first), ipToText(a->dns.second)});
+        break;
+    case PersistedKey::Brightness:
+        break;
+    }
+    adaptersObj.insert(name, o);
     doc.insert(QStringLiteral("adapters"), adaptersObj);
-    doc.insert(QStringLiteral("brightness"), brightness);
+    return true;
 }
 
 } // namespace HMI

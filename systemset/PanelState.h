@@ -74,13 +74,17 @@ struct PanelState
     const Adapter *adapter(int nic) const;
 
     /// Reads @p doc over the defaults. A key whose value has the wrong type or cannot be used is reported
-    /// on stderr, naming @p fileName, and keeps its default.
+    /// on stderr, naming @p fileName, and keeps its default. Levels and strengths out of range are clamped
+    /// to 1..32 and 0..100; a language other than 0 (Chinese) is English.
     void read(const QJsonObject &doc, const QString &fileName);
     /// Reads only the language key of @p doc; false when it is missing or not usable.
     bool readLanguage(const QJsonObject &doc, const QString &fileName);
-    /// Writes the persisted part of the state (adapters' enable state, DHCP mode, static addresses, DNS
-    /// servers; brightness) into @p doc, leaving every other key as it is.
-    void writePersisted(QJsonObject &doc) const;
+    /// What a persisted change writes to the state file: one key, of one adapter or of the panel.
+    enum class PersistedKey { Enabled, Dhcp, StaticIp, StaticMask, StaticGateway, Dns, Brightness };
+    /// Writes this state's value of @p key (of the adapter @p nic) into @p doc and nothing else: every other
+    /// key, known or not, stays as it is. Makes the objects on the key's path where they are missing.
+    /// False, and nothing written, for an adapter the panel does not have.
+    bool writeKey(QJsonObject &doc, PersistedKey key, int nic) const;
 
     static QString adapterKey(int index);
     static int nicOfIndex(int index);

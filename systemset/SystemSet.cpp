@@ -3,17 +3,26 @@
 #include "SystemSetPrivate.h"
 
 #include <QByteArray>
+#include <QCryptographicHash>
+#include <QDir>
 #include <QFile>
 #include <QJsonDocument>
-#include <QSaveFile>
+#include <QJsonParseError>
+#include <QRandomGenerator>
 #include <QString>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <mutex>
+#include <optional>
+#include <signal.h>
+#include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace HMI {
 
@@ -48,7 +57,248 @@ std::string ssidBytes(const SSID &ssid)
     return std::string(ssid.begin(), end);
 }
 
+std::int64_t modifiedNs(const struct stat &st)
+{
+    return static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
+}
+
+/// The start of the names of the temporary files written beside @p path: ".NAME.tmp-", then the writer's
+/// process id, a dash and a random part.
+std::string temporaryPrefix(const std::string &path)
+{
+    const std::filesystem::path p(path);
+    const std::filesystem::path dir = p.has_parent_path() ? p.parent_path() : std::filesystem::path(".");
+    return (dir / ("." + p.filename().string() + ".tmp-")).string();
+}
+
+/// Removes the temporary files beside @p path whose writer is gone: it was killed while writing.
+void removeStaleTemporaries(const std::string &path)
+{
+    const std::filesystem::path prefix(temporaryPrefix(path));
+    const QString start = QString::fromStdString(prefix.filename().string());
+    const QDir dir(QString::fromStdString(prefix.parent_path().string()));
+    for (const QString &name : dir.entryList(QDir::Files | QDir::Hidden | QDir::System)) {
+        if (!name.startsWith(start))
+            continue;
+        bool ok = false;
+        const qint64 pid = name.mid(start.size()).section(QLatin1Char('-'), 0, 0).toLongLong(&ok);
+        // A writer that still runs (this process or another) may be about to rename its file.
+        if (!ok || pid <= 0 || pid == ::getpid() || pid > 0x7fffffff ||
+            ::kill(static_cast<pid_t>(pid), 0) == 0 || errno != ESRCH)
+            continue;
+        QFile::remove(dir.filePath(name));
+    }
+}
+
+/// Replaces the file at @p path with @p bytes in one step: a temporary file beside it, with the old file's
+/// permissions, flushed to disk and renamed over it. Empty on success, else the reason.
+std::string replaceFile(const std::string &path, const QByteArray &bytes)
+{
+    struct stat old
+    {};
+    const bool existed = ::stat(path.c_str(), &old) == 0;
+    std::string temporary;
+    int fd = -1;
+    for (int attempt = 0; fd < 0 && attempt < 8; ++attempt) {
+        temporary = temporaryPrefix(path) + std::to_string(::getpid()) + '-' +
+                    QByteArray::number(QRandomGenerator::global()->generate(), 16).toStdString();
+        fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd < 0 && errno != EEXIST)
+            break;
+    }
+    const auto reason = [](int error) { return std::error_code(error, std::generic_category()).message(); };
+    if (fd < 0)
+        return reason(errno);
+    const auto fail = [&] {
+        const int error = errno;
+        if (fd >= 0)
+            ::close(fd);
+        ::unlink(temporary.c_str());
+        return reason(error);
+    };
+    // A read-only file stays read-only: the mode is set on the open descriptor, which can still write.
+    if (existed && ::fchmod(fd, old.st_mode & 07777) != 0)
+        return fail();
+    for (qint64 done = 0; done < bytes.size();) {
+        const ssize_t n = ::write(fd, bytes.constData() + done, static_cast<size_t>(bytes.size() - done));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0)
+            return fail();
+        done += n;
+    }
+    if (::fsync(fd) != 0)
+        return fail();
+    const int closed = ::close(fd);
+    fd = -1;
+    if (closed != 0 || ::rename(temporary.c_str(), path.c_str()) != 0)
+        return fail();
+    return std::string();
+}
+
+/// The state document in @p text, or why there is none.
+std::optional<QJsonObject> parseState(const QByteArray &text, std::string &why)
+{
+    QJsonParseError error{};
+    const QJsonDocument doc = QJsonDocument::fromJson(text, &error);
+    if (error.error != QJsonParseError::NoError) {
+        why = "not valid JSON: " + error.errorString().toStdString() + " at offset " +
+              std::to_string(error.offset);
+        return std::nullopt;
+    }
+    if (!doc.isObject()) {
+        why = "not valid JSON: the document is not an object at offset 0";
+        return std::nullopt;
+    }
+    return doc.object();
+}
+
 } // namespace
+
+void SystemSet::Private::load(const std::string &path)
+{
+    live = PanelState();
+    fileUnusable = false;
+    stateFile = path;
+    seen = FileSignature();
+    lastProblem.clear();
+    if (path.empty())
+        return;
+    removeStaleTemporaries(path);
+    const FileSnapshot now = snapshot();
+    seen = now.signature;
+    if (now.readable) {
+        readDocument(now.bytes, QString::fromStdString(path));
+    } else if (now.signature.exists) {
+        std::fprintf(stderr, "panel state %s: cannot be read (%s); using the defaults\n", path.c_str(),
+                     qPrintable(now.error));
+        fileUnusable = true;
+    }
+}
+
+void SystemSet::Private::readDocument(const QByteArray &text, const QString &name)
+{
+    std::string why;
+    if (const auto doc = parseState(text, why)) {
+        live.read(*doc, name);
+    } else {
+        std::fprintf(stderr, "panel state %s: %s; using the defaults\n", qPrintable(name), why.c_str());
+        fileUnusable = true;
+    }
+}
+
+void SystemSet::Private::append(const std::string &line)
+{
+    log.push_back(line);
+    if (observer)
+        observer(line);
+    if (logFile.empty())
+        return;
+    if (FILE *f = std::fopen(logFile.c_str(), "a")) {
+        std::fprintf(f, "%s\n", line.c_str());
+        std::fclose(f);
+    }
+}
+
+FileSnapshot SystemSet::Private::snapshot() const
+{
+    FileSnapshot s;
+    struct stat st
+    {};
+    if (::stat(stateFile.c_str(), &st) != 0)
+        return s;
+    s.signature.exists = true;
+    s.signature.modifiedNs = modifiedNs(st);
+    QFile file(QString::fromStdString(stateFile));
+    if (!file.open(QIODevice::ReadOnly)) {
+        s.error = file.errorString();
+        return s;
+    }
+    s.bytes = file.readAll();
+    s.readable = true;
+    s.signature.size = s.bytes.size();
+    s.signature.hash = QCryptographicHash::hash(s.bytes, QCryptographicHash::Sha256);
+    return s;
+}
+
+void SystemSet::Private::followLanguage()
+{
+    if (stateFile.empty())
+        return;
+    const FileSnapshot now = snapshot();
+    if (now.signature == seen)
+        return;
+    seen = now.signature;
+    if (!now.readable)
+        return;
+    std::string why;
+    if (const auto doc = parseState(now.bytes, why))
+        live.readLanguage(*doc, QString::fromStdString(stateFile));
+    else
+        std::fprintf(stderr, "panel state %s: %s; language unchanged\n", stateFile.c_str(), why.c_str());
+}
+
+void SystemSet::Private::persist(PanelState::PersistedKey key, int nic)
+{
+    if (stateFile.empty())
+        return;
+    const std::string name = "panel state " + stateFile + ": ";
+    const std::string keptInMemory = "; the change is kept in memory only";
+    if (fileUnusable) {
+        reportOnce(name + "not overwriting a file that could not be read" + keptInMemory);
+        return;
+    }
+    // Another program may have written the file since: merge into it as it is now.
+    const FileSnapshot now = snapshot();
+    QJsonObject doc;
+    if (now.signature.exists) {
+        if (!now.readable) {
+            reportOnce(name + "cannot be read (" + now.error.toStdString() + "); not overwriting it" +
+                       keptInMemory);
+            return;
+        }
+        std::string why;
+        const auto parsed = parseState(now.bytes, why);
+        if (!parsed) {
+            seen = now.signature;
+            reportOnce(name + why + "; not overwriting it" + keptInMemory);
+            return;
+        }
+        doc = *parsed;
+        if (now.signature != seen) { // the other program's language counts, as getLanguage would take it
+            live.readLanguage(doc, QString::fromStdString(stateFile));
+            seen = now.signature;
+        }
+    }
+    if (!live.writeKey(doc, key, nic))
+        return;
+    const QByteArray bytes = QJsonDocument(doc).toJson();
+    const std::string error = replaceFile(stateFile, bytes);
+    if (!error.empty()) {
+        reportOnce(name + "cannot be written (" + error + ")" + keptInMemory);
+        return;
+    }
+    // What was written is no outside change. A write by another program right after this one has a
+    // content of its own, so it is still seen even when it left the same time stamp and size.
+    struct stat st
+    {};
+    seen = FileSignature();
+    if (::stat(stateFile.c_str(), &st) == 0) {
+        seen.exists = true;
+        seen.modifiedNs = modifiedNs(st);
+        seen.size = bytes.size();
+        seen.hash = QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
+    }
+    lastProblem.clear();
+}
+
+void SystemSet::Private::reportOnce(const std::string &message)
+{
+    if (message == lastProblem)
+        return;
+    lastProblem = message;
+    std::fprintf(stderr, "%s\n", message.c_str());
+}
 
 SystemSet::SystemSet()
     : d(std::make_unique<Private>())
@@ -98,7 +348,8 @@ void SystemSet::enableNIC(NIC nic, bool enable, bool persist)
     d->append("enableNIC " + n(nic) + ' ' + b(enable) + ' ' + b(persist));
     if (!d->live.adapter(nic))
         return;
-    d->change(persist, [&](PanelState &s) { s.adapter(nic)->enabled = enable; });
+    d->change(persist, PanelState::PersistedKey::Enabled, nic,
+              [&](PanelState &s) { s.adapter(nic)->enabled = enable; });
 }
 
 bool SystemSet::isDhcpOn(NIC nic) const
@@ -113,7 +364,8 @@ void SystemSet::setDHCP(NIC nic, bool on, std::function<void(DHCP_STATE)> const 
     const auto lock = d->lock();
     d->append("setDHCP " + n(nic) + ' ' + b(on) + ' ' + b(persist));
     if (d->live.adapter(nic))
-        d->change(persist, [&](PanelState &s) { s.adapter(nic)->dhcp = on; });
+        d->change(persist, PanelState::PersistedKey::Dhcp, nic,
+                  [&](PanelState &s) { s.adapter(nic)->dhcp = on; });
     if (callback) {
         const auto state = static_cast<DHCP_STATE>(d->live.dhcpState);
         d->worker.post(d->live.delayDhcp, [callback, state] { callback(state); });
@@ -152,17 +404,20 @@ IP SystemSet::getGatewayFromEE(NIC nic) const
 
 void SystemSet::setIp(NIC nic, IP address, bool persist)
 {
-    d->setStoredAddress("setIp", nic, &PanelState::Addresses::ip, address, persist);
+    d->setStoredAddress("setIp", nic, &PanelState::Addresses::ip, PanelState::PersistedKey::StaticIp, address,
+                        persist);
 }
 
 void SystemSet::setSubnetMask(NIC nic, IP mask, bool persist)
 {
-    d->setStoredAddress("setSubnetMask", nic, &PanelState::Addresses::mask, mask, persist);
+    d->setStoredAddress("setSubnetMask", nic, &PanelState::Addresses::mask,
+                        PanelState::PersistedKey::StaticMask, mask, persist);
 }
 
 void SystemSet::setGateway(NIC nic, IP gateway, bool persist)
 {
-    d->setStoredAddress("setGateway", nic, &PanelState::Addresses::gateway, gateway, persist);
+    d->setStoredAddress("setGateway", nic, &PanelState::Addresses::gateway,
+                        PanelState::PersistedKey::StaticGateway, gateway, persist);
 }
 
 MAC SystemSet::getMac(NIC nic) const
@@ -184,7 +439,8 @@ void SystemSet::setDns(NIC nic, std::pair<IP, IP> const &dns)
     const auto lock = d->lock();
     d->append("setDns " + n(nic) + ' ' + ip(dns.first) + ' ' + ip(dns.second));
     if (d->live.adapter(nic))
-        d->change(true, [&](PanelState &s) { s.adapter(nic)->dns = dns; });
+        d->change(true, PanelState::PersistedKey::Dns, nic,
+                  [&](PanelState &s) { s.adapter(nic)->dns = dns; });
 }
 
 SystemSet::NIC SystemSet::getDefaultNIC() const
@@ -393,7 +649,8 @@ void SystemSet::setBright(Bright level, bool persist)
     const auto lock = d->lock();
     d->append("setBright " + n(level) + ' ' + b(persist));
     const int clamped = std::clamp(level, 1, 32);
-    d->change(persist, [&](PanelState &s) { s.brightness = clamped; });
+    d->change(persist, PanelState::PersistedKey::Brightness, 0,
+              [&](PanelState &s) { s.brightness = clamped; });
 }
 
 bool SystemSet::setSystemTime(long secsSinceEpoch)
@@ -412,25 +669,7 @@ void SystemSet::syncHwclock()
 SystemSet::Language SystemSet::getLanguage() const
 {
     const auto lock = d->lock();
-    // Another program may have switched the language: follow the file when it changed since it was last seen.
-    if (!d->stateFile.empty()) {
-        const auto now = modificationTime(d->stateFile);
-        if (now && now != d->seenTime) {
-            d->seenTime = now;
-            QFile file(QString::fromStdString(d->stateFile));
-            if (file.open(QIODevice::ReadOnly)) {
-                QJsonParseError error{};
-                const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &error);
-                if (error.error != QJsonParseError::NoError || !doc.isObject()) {
-                    std::fprintf(stderr,
-                                 "panel state %s: not valid JSON: %s at offset %d; language unchanged\n",
-                                 d->stateFile.c_str(), qPrintable(error.errorString()), error.offset);
-                } else {
-                    d->live.readLanguage(doc.object(), QString::fromStdString(d->stateFile));
-                }
-            }
-        }
-    }
+    d->followLanguage();
     return static_cast<Language>(d->live.language);
 }
 
@@ -438,7 +677,7 @@ void SystemSet::setLanguage(Language language)
 {
     const auto lock = d->lock();
     d->append("setLanguage " + n(language));
-    d->live.language = language;
+    d->live.language = language == LANG_CHINESE ? LANG_CHINESE : LANG_ENGLISH;
 }
 
 std::string SystemSet::getSerialNumber()

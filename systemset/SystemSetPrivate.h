@@ -5,30 +5,40 @@
 #include "SystemSet.h"
 
 #include <QByteArray>
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QSaveFile>
 #include <QString>
 
-#include <cstdio>
-#include <filesystem>
+#include <cstdint>
+#include <functional>
 #include <mutex>
-#include <optional>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace HMI {
 
-inline std::optional<std::filesystem::file_time_type> modificationTime(const std::string &path)
+/// What the simulator last saw of its state file. Time stamps can be coarse (two writes within one tick
+/// carry the same one), so the size and a hash of the content count as well.
+struct FileSignature
 {
-    std::error_code ec;
-    const auto t = std::filesystem::last_write_time(path, ec);
-    if (ec)
-        return std::nullopt;
-    return t;
-}
+    bool exists = false;
+    std::int64_t modifiedNs = 0;
+    qint64 size = -1;
+    QByteArray hash;
+
+    bool operator==(const FileSignature &o) const
+    {
+        return exists == o.exists && modifiedNs == o.modifiedNs && size == o.size && hash == o.hash;
+    }
+    bool operator!=(const FileSignature &o) const { return !(*this == o); }
+};
+
+/// The state file as it is on disk at one moment.
+struct FileSnapshot
+{
+    FileSignature signature;
+    bool readable = false; ///< it exists and its bytes were read
+    QByteArray bytes;
+    QString error; ///< why it could not be read
+};
 
 /// The simulated panel's state, its state file, its call log and its callback thread.
 struct SystemSet::Private
@@ -36,106 +46,45 @@ struct SystemSet::Private
     /// Guards everything below; callbacks are never called with it held.
     mutable std::mutex mutex;
     std::lock_guard<std::mutex> lock() const { return std::lock_guard<std::mutex>(mutex); }
-    PanelState live;   ///< what the getters answer
-    PanelState stored; ///< what has been persisted
+    PanelState live; ///< what the getters answer
     std::string stateFile;
-    QJsonObject fileDoc;       ///< the file's document, into which persisted keys are written
-    bool fileUnusable = false; ///< the file exists but could not be parsed: never overwrite it
-    std::optional<std::filesystem::file_time_type> seenTime;
+    bool fileUnusable = false; ///< the file could not be used at load: never overwrite it
+    FileSignature seen;        ///< the file as last read or written here
+    std::string lastProblem;   ///< the last trouble with the file reported on stderr, reported only once
 
     std::string logFile;
     std::vector<std::string> log;
     std::function<void(const std::string &)> observer;
 
+    /// Declared last, so destroyed first: its thread has stopped before the state its tasks read goes away.
     CallbackWorker worker;
 
-    void load(const std::string &path)
-    {
-        live = PanelState();
-        fileDoc = QJsonObject();
-        fileUnusable = false;
-        stateFile = path;
-        seenTime.reset();
-        if (!path.empty()) {
-            QFile file(QString::fromStdString(path));
-            if (file.open(QIODevice::ReadOnly)) {
-                seenTime = modificationTime(path);
-                readDocument(file.readAll(), QString::fromStdString(path));
-            } else if (file.exists()) {
-                std::fprintf(stderr, "panel state %s: cannot be read (%s); using the defaults\n",
-                             path.c_str(), qPrintable(file.errorString()));
-                fileUnusable = true;
-            }
-        }
-        stored = live;
-    }
+    /// Drops the state and loads the state file at @p path (empty: defaults, nothing persisted). Removes the
+    /// temporary files that a writer killed while writing it left beside it.
+    void load(const std::string &path);
+    void readDocument(const QByteArray &text, const QString &name);
+    void append(const std::string &line);
 
-    void readDocument(const QByteArray &text, const QString &name)
-    {
-        QJsonParseError error{};
-        const QJsonDocument doc = QJsonDocument::fromJson(text, &error);
-        if (error.error != QJsonParseError::NoError) {
-            std::fprintf(stderr, "panel state %s: not valid JSON: %s at offset %d; using the defaults\n",
-                         qPrintable(name), qPrintable(error.errorString()), error.offset);
-            fileUnusable = true;
-        } else if (!doc.isObject()) {
-            std::fprintf(stderr,
-                         "panel state %s: not valid JSON: the document is not an object at offset 0; "
-                         "using the defaults\n",
-                         qPrintable(name));
-            fileUnusable = true;
-        } else {
-            fileDoc = doc.object();
-            live.read(fileDoc, name);
-        }
-    }
+    /// The state file now.
+    FileSnapshot snapshot() const;
+    /// Takes the language from the state file when it changed since it was last seen: another program
+    /// switched it.
+    void followLanguage();
+    /// Writes @p key of the adapter @p nic (when it has one) into the state file as it is now on disk,
+    /// keeping everything else in it. An outside change since the file was last seen is kept, and its
+    /// language taken.
+    void persist(PanelState::PersistedKey key, int nic);
+    /// Prints @p message on stderr unless it is the last one printed since the file was last loaded or
+    /// written.
+    void reportOnce(const std::string &message);
 
-    void append(const std::string &line)
-    {
-        log.push_back(line);
-        if (observer)
-            observer(line);
-        if (logFile.empty())
-            return;
-        if (FILE *f = std::fopen(logFile.c_str(), "a")) {
-            std::fprintf(f, "%s\n", line.c_str());
-            std::fclose(f);
-        }
-    }
-
-    /// Writes the persisted configuration to the state file, replacing it in one step.
-    void persist()
-    {
-        if (stateFile.empty())
-            return;
-        if (fileUnusable) {
-            std::fprintf(stderr,
-                         "panel state %s: not overwriting a file that could not be read; the change is "
-                         "kept in memory only\n",
-                         stateFile.c_str());
-            return;
-        }
-        stored.writePersisted(fileDoc);
-        QSaveFile file(QString::fromStdString(stateFile));
-        if (!file.open(QIODevice::WriteOnly) || file.write(QJsonDocument(fileDoc).toJson()) < 0 ||
-            !file.commit()) {
-            std::fprintf(stderr,
-                         "panel state %s: cannot be written (%s); the change is kept in memory only\n",
-                         stateFile.c_str(), qPrintable(file.errorString()));
-            return;
-        }
-        seenTime = modificationTime(stateFile);
-    }
-
-    /// Applies @p change to the live state and, when @p persistIt, to the stored configuration and the file.
+    /// Applies @p apply to the live state and, when @p persistIt, writes @p key of @p nic to the state file.
     template<typename F>
-    void change(bool persistIt, F change)
+    void change(bool persistIt, PanelState::PersistedKey key, int nic, F apply)
     {
-        change(live);
-        if (persistIt) {
-            change(stored);
-            persist();
-        }
+        apply(live);
+        if (persistIt)
+            persist(key, nic);
     }
 
     /// The address in use: the lease in DHCP mode, the static one otherwise, none while disabled or, for
@@ -156,14 +105,14 @@ struct SystemSet::Private
         return a && a->present ? a->stat.*field : 0;
     }
 
-    void setStoredAddress(const char *operation, int nic, IP PanelState::Addresses::*field, IP value,
-                          bool persistIt)
+    void setStoredAddress(const char *operation, int nic, IP PanelState::Addresses::*field,
+                          PanelState::PersistedKey key, IP value, bool persistIt)
     {
         const auto guard = lock();
         append(operation + (' ' + std::to_string(nic)) + ' ' + PanelState::ipToText(value).toStdString() +
                (persistIt ? " 1" : " 0"));
         if (live.adapter(nic))
-            change(persistIt, [&](PanelState &s) { s.adapter(nic)->stat.*field = value; });
+            change(persistIt, key, nic, [&](PanelState &s) { s.adapter(nic)->stat.*field = value; });
     }
 };
 
