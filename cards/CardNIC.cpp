@@ -178,6 +178,7 @@ void CardNIC::onPingTestResult(bool result)
     auto *body = new QQuickItem;
     dialog->setBodyItem(body);
     auto *message = new QQuickText(body);
+    message->setTextFormat(QQuickText::PlainText);
     QFont font = message->font();
     font.setPixelSize(portrait ? 22 : int(0.021484375 * reference));
     message->setFont(font);

@@ -360,6 +360,7 @@ QQuickItem *CardNetwork::addColumnItemRoot(qreal heightFactor)
 QQuickText *CardNetwork::addColumnItemText(QQuickItem *row, const char *sourceText)
 {
     auto *text = new QQuickText(row);
+    text->setTextFormat(QQuickText::PlainText);
     setPixelSize(text, m_fontPixelSize);
     text->setColor(NormalColor);
     QQuickAnchors *anchors = anchorsOf(text);
@@ -373,6 +374,7 @@ QQuickText *CardNetwork::addColumnItemText(QQuickItem *row, const char *sourceTe
 QQuickText *CardNetwork::addColumnItemTextR(QQuickItem *row)
 {
     auto *text = new QQuickText(row);
+    text->setTextFormat(QQuickText::PlainText);
     setPixelSize(text, m_fontPixelSize);
     text->setColor(NormalColor);
     anchorRight(text, row, m_fontPixelSize);
@@ -591,6 +593,7 @@ QQuickItem *CardNetwork::addWifiSummaryRow()
     anchorsOf(icon)->setVerticalCenter(verticalCenterOf(button));
 
     auto *label = new QQuickText(button);
+    label->setTextFormat(QQuickText::PlainText);
     setPixelSize(label, m_fontPixelSize);
     label->setColor(NormalColor);
     anchorsOf(label)->setLeft(rightOf(icon));
@@ -607,6 +610,7 @@ QQuickItem *CardNetwork::addWifiSummaryRow()
     anchorRight(m_wifiArrow, button, m_fontPixelSize);
 
     m_wifiStateText = new QQuickText(button);
+    m_wifiStateText->setTextFormat(QQuickText::PlainText);
     setPixelSize(m_wifiStateText, m_fontPixelSize);
     m_wifiStateText->setColor(MutedColor);
     anchorRight(m_wifiStateText, button, m_fontPixelSize * 1.5 + arrowSide);
@@ -616,6 +620,7 @@ QQuickItem *CardNetwork::addWifiSummaryRow()
     // The network's name fills the room between the label and the state, shortened when it is long. On a
     // narrow screen there is no such room: the name goes under the label.
     m_wifiSsidText = new QQuickText(button);
+    m_wifiSsidText->setTextFormat(QQuickText::PlainText);
     setPixelSize(m_wifiSsidText, m_fontPixelSize);
     m_wifiSsidText->setColor(MutedColor);
     m_wifiSsidText->setElideMode(QQuickText::ElideRight);

@@ -37,15 +37,15 @@ QString comboBoxText()
 // Rows refer to the combo box by its id: the delegate is instantiated in the combo box's own context.
 QString delegateText()
 {
-    return joinLines({QStringLiteral("import QtQuick 2.15"), QStringLiteral("import QtQuick.Controls 2.15"),
-                      QStringLiteral("ItemDelegate{"), QStringLiteral("width: _com.width"),
-                      QStringLiteral("height: _com.height"), QStringLiteral("Rectangle{"),
-                      QStringLiteral("anchors.fill: parent"),
-                      QStringLiteral("color: (model.index===_com.currentIndex) ? \"#A8CDF1\" : \"#FFFFFF\""),
-                      QStringLiteral("Text {"), QStringLiteral("x: 10"),
-                      QStringLiteral("anchors.verticalCenter: parent.verticalCenter"),
-                      QStringLiteral("text: modelData.name"),
-                      QStringLiteral("font.pixelSize: _com.fontPixelSize}}}")});
+    return joinLines(
+        {QStringLiteral("import QtQuick 2.15"), QStringLiteral("import QtQuick.Controls 2.15"),
+         QStringLiteral("ItemDelegate{"), QStringLiteral("width: _com.width"),
+         QStringLiteral("height: _com.height"), QStringLiteral("Rectangle{"),
+         QStringLiteral("anchors.fill: parent"),
+         QStringLiteral("color: (model.index===_com.currentIndex) ? \"#A8CDF1\" : \"#FFFFFF\""),
+         QStringLiteral("Text {"), QStringLiteral("textFormat: Text.PlainText"), QStringLiteral("x: 10"),
+         QStringLiteral("anchors.verticalCenter: parent.verticalCenter"),
+         QStringLiteral("text: modelData.name"), QStringLiteral("font.pixelSize: _com.fontPixelSize}}}")});
 }
 
 /// The compiled texts, shared by every combo box. They belong to the engine they were compiled for, so they

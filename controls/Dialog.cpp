@@ -55,6 +55,7 @@ Dialog::Dialog(QQuickItem *parent)
     m_titleBar->setHeight(m_titleBarHeight);
 
     m_titleText = new QQuickText(m_titleBar);
+    m_titleText->setTextFormat(QQuickText::PlainText);
     m_titleText->setColor(TITLE_COLOR);
     QQuickAnchors *titleAnchors = anchorsOf(m_titleText);
     titleAnchors->setVerticalCenter(QQuickItemPrivate::get(m_titleBar)->verticalCenter());

@@ -319,6 +319,7 @@ QQuickText *TimeEditPopup::createSeparator(QQuickItem *parent, const QString &te
                                            int fontSize, qreal height)
 {
     auto *separator = new QQuickText(parent);
+    separator->setTextFormat(QQuickText::PlainText);
     separator->setText(text);
     separator->setPosition(QPointF(x, y));
     separator->setHeight(height);
@@ -344,6 +345,7 @@ void TimeEditPopup::createButtons(QQuickItem *parent, qreal x, qreal y, qreal s,
     m_confirmButton->setBackground(face);
 
     auto *label = new QQuickText(m_confirmButton);
+    label->setTextFormat(QQuickText::PlainText);
     QFont font = label->font();
     font.setPixelSize(std::max(fontSize, 1));
     label->setFont(font);

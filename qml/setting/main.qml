@@ -27,6 +27,7 @@ AppRootItem {
             color: "#FFFFFF"
 
             Text {
+                textFormat: Text.PlainText
                 id: _settingsText
                 anchors.centerIn: parent
                 text: "Setting"
@@ -44,6 +45,7 @@ AppRootItem {
         }
 
         Text {
+            textFormat: Text.PlainText
             id: _titleText
             anchors.verticalCenter: parent.verticalCenter
             font.family: "1"

@@ -37,6 +37,7 @@ CardBrightness {
             }
 
             Text {
+                textFormat: Text.PlainText
                 id: titleText
 
                 anchors.verticalCenter: titleIcon.verticalCenter
@@ -152,6 +153,7 @@ CardBrightness {
                     border.width: 0
 
                     Text {
+                        textFormat: Text.PlainText
                         id: sliderValue
 
                         anchors.fill: parent

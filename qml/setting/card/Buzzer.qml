@@ -35,6 +35,7 @@ CardBuzzer {
             }
 
             Text {
+                textFormat: Text.PlainText
                 id: titleText
 
                 anchors.verticalCenter: titleIcon.verticalCenter
@@ -53,6 +54,7 @@ CardBuzzer {
             height: _cardBuzzerRoot.buzzerTitleRowHeight * 1.3
 
             Text {
+                textFormat: Text.PlainText
                 id: buzzerLabel
 
                 anchors.verticalCenter: parent.verticalCenter

@@ -42,6 +42,7 @@ CardDNS {
             }
 
             Text {
+                textFormat: Text.PlainText
                 id: titleText
 
                 anchors.verticalCenter: titleIcon.verticalCenter
@@ -60,6 +61,7 @@ CardDNS {
             height: titleRowHeight * 0.92
 
             Text {
+                textFormat: Text.PlainText
                 id: dns1Text
 
                 anchors.left: parent.left
@@ -89,6 +91,7 @@ CardDNS {
             height: titleRowHeight * 0.92
 
             Text {
+                textFormat: Text.PlainText
                 id: dns2Text
 
                 anchors.left: parent.left

@@ -37,6 +37,7 @@ CardTime {
             }
 
             Text {
+                textFormat: Text.PlainText
                 id: titleText
 
                 anchors.verticalCenter: titleIcon.verticalCenter
@@ -62,6 +63,7 @@ CardTime {
                 anchors.rightMargin: titleText.font.pixelSize
 
                 Text {
+                    textFormat: Text.PlainText
                     id: dateLabel
 
                     width: parent.width * 0.4
@@ -74,6 +76,7 @@ CardTime {
                 }
 
                 Text {
+                    textFormat: Text.PlainText
                     id: timeText
 
                     width: parent.width * 0.6

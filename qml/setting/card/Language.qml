@@ -82,6 +82,7 @@ CardLanguage {
                         }
 
                         Text {
+                            textFormat: Text.PlainText
                             anchors.left: parent.left
                             anchors.leftMargin: 16 + _tick.width + 12
                             anchors.verticalCenter: parent.verticalCenter

@@ -41,6 +41,7 @@ CardNIC {
             }
 
             Text {
+                textFormat: Text.PlainText
                 id: titleText
 
                 anchors.verticalCenter: titleIcon.verticalCenter
@@ -59,6 +60,7 @@ CardNIC {
             height: titleRowHeight * 0.92
 
             Text {
+                textFormat: Text.PlainText
                 id: networkText
 
                 anchors.left: parent.left
@@ -88,6 +90,7 @@ CardNIC {
             height: titleRowHeight * 0.92
 
             Text {
+                textFormat: Text.PlainText
                 id: pingTestText
 
                 anchors.left: parent.left
@@ -106,6 +109,7 @@ CardNIC {
                 width: height * 1.5
 
                 Text {
+                    textFormat: Text.PlainText
                     id: testButtonText
 
                     anchors.centerIn: parent

@@ -36,6 +36,7 @@ CardNetwork {
             }
 
             Text {
+                textFormat: Text.PlainText
                 id: _titleText
 
                 anchors.bottom: parent.bottom

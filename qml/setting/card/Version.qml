@@ -34,6 +34,7 @@ CardVersion {
             }
 
             Text {
+                textFormat: Text.PlainText
                 id: iconErrorText
                 anchors.centerIn: titleIcon
                 text: "!"
@@ -44,6 +45,7 @@ CardVersion {
             }
 
             Text {
+                textFormat: Text.PlainText
                 id: titleText
                 font.pixelSize: versionTitleRowHeight * 0.383
                 color: "#86909C"
@@ -89,6 +91,7 @@ CardVersion {
                         visible: qrCodeImage.status !== Image.Ready
 
                         Text {
+                            textFormat: Text.PlainText
                             id: qrCodePlaceholder
                             anchors.centerIn: parent
                             color: "#999999"
@@ -116,12 +119,14 @@ CardVersion {
                 spacing: titleText.font.pixelSize / 2
 
                 Text {
+                    textFormat: Text.PlainText
                     id: serialNumberLabel
                     font.pixelSize: titleText.font.pixelSize * 0.9
                     color: "#1D2129"
                 }
 
                 Text {
+                    textFormat: Text.PlainText
                     id: serialNumberValue
                     text: _cardVersionRoot.serialNumber
                     font.pixelSize: titleText.font.pixelSize * 0.9

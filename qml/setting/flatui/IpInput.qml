@@ -23,6 +23,7 @@ CIpInput {
             id: _ipInput0
         }
         Text {
+            textFormat: Text.PlainText
             anchors.verticalCenter: parent.verticalCenter
             text: "·"
             font.pixelSize: fontPixelSize
@@ -31,6 +32,7 @@ CIpInput {
             id: _ipInput1
         }
         Text {
+            textFormat: Text.PlainText
             anchors.verticalCenter: parent.verticalCenter
             text: "·"
             font.pixelSize: fontPixelSize
@@ -39,6 +41,7 @@ CIpInput {
             id: _ipInput2
         }
         Text {
+            textFormat: Text.PlainText
             anchors.verticalCenter: parent.verticalCenter
             text: "·"
             font.pixelSize: fontPixelSize

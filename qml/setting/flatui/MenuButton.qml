@@ -17,6 +17,7 @@ BeepButton {
     }
 
     Text {
+        textFormat: Text.PlainText
         id: _text
         text: parent.text
         font.pixelSize: 0.357 * parent.height

@@ -17,6 +17,7 @@ BeepButton {
     }
 
     Text {
+        textFormat: Text.PlainText
         id: _text
         text: qsTr("Network 0")
         anchors.centerIn: parent
