@@ -91,7 +91,8 @@ void CardNIC::componentComplete()
         connect(m_comboBox, &ComboBox::currentIndexChanged, this, &CardNIC::onCurrentIndexChanged);
     }
     if (AppRootItem *root = AppRootItem::instance()) {
-        connect(root, &AppRootItem::opened, this, &CardNIC::initComboxCurrentIndex);
+        // Adapters may have been switched on or off elsewhere meanwhile: the list is made again.
+        connect(root, &AppRootItem::opened, this, &CardNIC::updateComboBoxModel);
         if (auto *network = qobject_cast<CardNetwork *>(root->getCardItem(AppRootItem::Card_Network)))
             connect(network, &CardNetwork::netDisabledChanged, this, &CardNIC::updateComboBoxModel);
     }
@@ -150,10 +151,21 @@ void CardNIC::onCurrentIndexChanged()
 
 void CardNIC::startPingTest()
 {
+    // Through the adapter the list shows as the default. With none shown (the system's default adapter is
+    // switched off) there is nothing to test through, and the test fails at once.
+    HMI::SystemSet::NIC nic = Panel::instance().getDefaultNIC();
+    if (m_comboBox) {
+        const QVariantList model = m_comboBox->model().toList();
+        const int row = m_comboBox->currentIndex();
+        if (row < 0 || row >= model.size()) {
+            onPingTestResult(false);
+            return;
+        }
+        nic = HMI::SystemSet::NIC(model.at(row).toMap().value(QStringLiteral("nic")).toInt());
+    }
     // The callback runs on the system's thread and only reports; the result is shown on the GUI thread.
     Panel::instance().pingTest(
-        Panel::instance().getDefaultNIC(),
-        onGuiThread(this, [](CardNIC *card, bool result) { Q_EMIT card->pingTestResult(result); }));
+        nic, onGuiThread(this, [](CardNIC *card, bool result) { Q_EMIT card->pingTestResult(result); }));
 }
 
 void CardNIC::onPingTestResult(bool result)

@@ -226,8 +226,14 @@ void CardNetwork::componentComplete()
         setMultilingualText(m_titleText,
                             [] { return translated(QT_TRANSLATE_NOOP("CardNetwork", "Network")); });
     addNicButtons();
-    if (AppRootItem *root = AppRootItem::instance())
+    if (AppRootItem *root = AppRootItem::instance()) {
         connect(root, &AppRootItem::opened, this, &CardNetwork::onOpened);
+        // A closed screen asks the system nothing: the status polls stop, and opening starts them again.
+        connect(root, &QQuickItem::visibleChanged, this, [this, root] {
+            if (!root->isVisible())
+                stopStatusTimers();
+        });
+    }
 }
 
 // Adapters and selection
@@ -317,7 +323,7 @@ void CardNetwork::changeNIC(HMI::SystemSet::NIC newNic, HMI::SystemSet::NIC oldN
     if (newNic == HMI::SystemSet::NIC_4G) {
         setup4GTimer(Panel::instance().isNicEnabled(HMI::SystemSet::NIC_4G));
     } else if (newNic == HMI::SystemSet::NIC_VPN) {
-        pollTimer(m_vpnTimer, &CardNetwork::updateVPNStatus)->start(VpnPollMs);
+        startPoll(m_vpnTimer, &CardNetwork::updateVPNStatus, VpnPollMs);
         updateVPNStatus();
     } else if (newNic == HMI::SystemSet::NIC_WIFI) {
         startWifiTimer();
@@ -923,6 +929,34 @@ void CardNetwork::onOpened()
         Q_EMIT netDisabledChanged();
     updateWifiStatus();
     reloadDnsCard();
+    resumeStatusTimer();
+}
+
+void CardNetwork::resumeStatusTimer()
+{
+    const HMI::SystemSet &panel = Panel::instance();
+    if (m_currentNIC == HMI::SystemSet::NIC_4G)
+        setup4GTimer(panel.isNicEnabled(HMI::SystemSet::NIC_4G));
+    else if (m_currentNIC == HMI::SystemSet::NIC_VPN)
+        startPoll(m_vpnTimer, &CardNetwork::updateVPNStatus, VpnPollMs);
+    else if (m_currentNIC == HMI::SystemSet::NIC_WIFI)
+        updateWifiTimer();
+}
+
+void CardNetwork::stopStatusTimers()
+{
+    for (QTimer *timer : {m_4GTimer, m_vpnTimer, m_wifiTimer}) {
+        if (timer)
+            timer->stop();
+    }
+}
+
+void CardNetwork::startPoll(QTimer *&timer, void (CardNetwork::*update)(), int intervalMs)
+{
+    const AppRootItem *root = AppRootItem::instance();
+    if (root && !root->isVisible())
+        return;
+    pollTimer(timer, update)->start(intervalMs);
 }
 
 // Status timers
@@ -948,7 +982,7 @@ void CardNetwork::setup4GTimer(bool run)
         return;
     }
     clear4GDisplay();
-    pollTimer(m_4GTimer, &CardNetwork::update4GSignal)->start(ModemPollMs);
+    startPoll(m_4GTimer, &CardNetwork::update4GSignal, ModemPollMs);
     update4GSignal();
 }
 
@@ -1075,9 +1109,8 @@ void CardNetwork::setWifiConnecting(bool connecting)
 
 void CardNetwork::startWifiTimer()
 {
-    QTimer *timer = pollTimer(m_wifiTimer, &CardNetwork::updateWifiStatus);
-    if (!timer->isActive())
-        timer->start(WifiPollMs);
+    if (!m_wifiTimer || !m_wifiTimer->isActive())
+        startPoll(m_wifiTimer, &CardNetwork::updateWifiStatus, WifiPollMs);
 }
 
 void CardNetwork::stopWifiTimer()

@@ -149,6 +149,11 @@ private:
     void reloadDnsCard();
     void onOpened();
     QTimer *pollTimer(QTimer *&timer, void (CardNetwork::*update)());
+    /// Starts @p timer (made on first use) every @p intervalMs, unless the screen is closed.
+    void startPoll(QTimer *&timer, void (CardNetwork::*update)(), int intervalMs);
+    /// Starts the poll that the selected adapter needs, after the screen was opened.
+    void resumeStatusTimer();
+    void stopStatusTimers();
     void setup4GTimer(bool run);
     void clear4GDisplay();
     void fillServerList();

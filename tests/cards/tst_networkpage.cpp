@@ -613,6 +613,18 @@ void tst_NetworkPage::timersFollowSelection()
     QCOMPARE(runningTimers(), QList<int>{2000});
     QVERIFY(select(QStringLiteral("LAN0")));
     QCOMPARE(runningTimers(), QList<int>());
+
+    // A closed screen polls nothing, whatever is selected; opening it starts the poll again.
+    QVERIFY(loadState(R"({"adapters": {"VPN": {"enabled": true}}})"));
+    for (const auto &[adapter, interval] : {std::pair{"4G", 2000}, {"VPN", 3000}, {"Wi-Fi", 2000}}) {
+        QVERIFY(select(QLatin1String(adapter)));
+        m_f->close();
+        QMetaObject::invokeMethod(m_card, "updateWifiStatus"); // a report from the Wi-Fi card meanwhile
+        QCOMPARE(runningTimers(), QList<int>());
+        m_f->open();
+        QVERIFY(m_f->showPage(AppRootItem::MI_Network));
+        QCOMPARE(runningTimers(), QList<int>{interval});
+    }
 }
 
 void tst_NetworkPage::wifiSummary()
@@ -706,8 +718,8 @@ void tst_NetworkPage::adapterCardAndPing()
         QVERIFY(loadState(ping));
         QVERIFY(m_f->clickButton(test));
     }
-    QCOMPARE(logged(), texts({"pingTest 1", "pingTest 1"}));
-    QCOMPARE(resultDialogs(), QStringList()); // nothing while the test runs
+    QCOMPARE(logged(), texts({"pingTest 4", "pingTest 4"})); // through the adapter chosen above
+    QCOMPARE(resultDialogs(), QStringList());                // nothing while the test runs
     // Each result in a dialog of its own, which closes itself three seconds after it opened.
     QTRY_COMPARE(resultDialogs(), texts({"Test failed!", "Test successful!"}));
     QTest::qWait(2800 - int(clock.elapsed()));

@@ -3,6 +3,7 @@
 #include "CIpInput.h"
 #include "CardTime.h"
 #include "CardWifi.h"
+#include "ComboBox.h"
 #include "Dialog.h"
 #include "PanelSimulator.h"
 #include "QVkbPluginLoader.h"
@@ -11,6 +12,7 @@
 #include "TimeEditPopup.h"
 
 #include <QQuickWindow>
+#include <QtQuick/private/qquicktext_p.h>
 #include <QtQuick/private/qquicktextinput_p.h>
 #include <QtQuickTemplates2/private/qquickabstractbutton_p.h>
 #include <QtQuickTemplates2/private/qquickpopup_p.h>
@@ -23,6 +25,7 @@ namespace {
 
 constexpr char State[] = R"({
   "delaysMs": {"dhcp": 0, "ping": 0, "scan": 0, "reset": 0, "connect": 0},
+  "serial": "<b>SN</b>&lt;1&gt;",
   "wifi": {"connected": null, "networks": [{"ssid": "Office", "strength": 80, "secured": true, "secret": "k"}]}
 })";
 
@@ -63,6 +66,9 @@ private Q_SLOTS:
     void init() { m_f.open(); }
     void closeEndsEdits_data();
     void closeEndsEdits();
+    void everyTextIsPlain_data();
+    void everyTextIsPlain();
+    void defaultAdapterListOnOpening();
 
 private:
     /// Opens what holds the field @p which and returns the field, focused by a tap.
@@ -173,6 +179,86 @@ void tst_AppRootItem::closeEndsEdits()
     QFETCH(bool, restored);
     if (restored)
         QCOMPARE(input->text(), before);
+}
+
+void tst_AppRootItem::everyTextIsPlain_data()
+{
+    QTest::addColumn<int>("page");
+    QTest::addColumn<QString>("shown"); // text from outside the program, shown exactly as it came
+    QTest::newRow("General") << int(AppRootItem::MI_General) << QString();
+    QTest::newRow("Network") << int(AppRootItem::MI_Network) << QString();
+    QTest::newRow("Language") << int(AppRootItem::MI_Language) << QString();
+    QTest::newRow("Version") << int(AppRootItem::MI_Version) << QStringLiteral("<b>SN</b>&lt;1&gt;");
+    QTest::newRow("Wi-Fi") << int(AppRootItem::MI_Wifi) << QStringLiteral("Office");
+}
+
+void tst_AppRootItem::everyTextIsPlain()
+{
+    // Names and numbers come from the air and from other programs: no text of the screen may take them for
+    // markup. Every text item is checked, with its popups made and opened once.
+    QFETCH(int, page);
+    if (page == AppRootItem::MI_Wifi) {
+        QVERIFY(m_f.showPage(AppRootItem::MI_Network));
+        m_f.root()->setCurrentPage(AppRootItem::MI_Wifi);
+    } else {
+        QVERIFY(m_f.showPage(AppRootItem::MenuIndex(page)));
+    }
+    const auto cards = m_f.root()->getCardContainer()->childItems();
+    for (QQuickItem *card : cards) {
+        if (card->isVisible())
+            QMetaObject::invokeMethod(card, "opened"); // nothing must break when a card lacks the signal
+    }
+    if (page == AppRootItem::MI_General)
+        QVERIFY(startEditing(QStringLiteral("time")));
+    if (page == AppRootItem::MI_Wifi)
+        QVERIFY(startEditing(QStringLiteral("password")));
+    QList<QQuickItem *> items{m_f.window()->contentItem()};
+    for (QQuickPopup *popup : m_f.root()->findChildren<QQuickPopup *>())
+        items << popup->popupItem();
+    int texts = 0;
+    while (!items.isEmpty()) {
+        QQuickItem *item = items.takeFirst();
+        items << item->childItems();
+        if (auto *text = qobject_cast<QQuickText *>(item)) {
+            ++texts;
+            QVERIFY2(text->textFormat() == QQuickText::PlainText, qPrintable(text->text()));
+        }
+    }
+    QVERIFY(texts > 10);
+    QFETCH(QString, shown);
+    if (!shown.isEmpty())
+        QTRY_VERIFY(ScreenFixture::findText(m_f.window()->contentItem(), shown));
+    m_f.close();
+}
+
+void tst_AppRootItem::defaultAdapterListOnOpening()
+{
+    // LAN1 was never selected on the Network page of this process, so the page never showed its switch.
+    QVERIFY(m_f.showPage(AppRootItem::MI_Network));
+    auto *combo = itemBelow<QSP::ComboBox>(m_f.card(AppRootItem::Card_NIC));
+    QVERIFY(combo);
+    const auto shown = [combo] {
+        QStringList names;
+        for (const QVariant &row : combo->model().toList())
+            names << row.toMap().value(QStringLiteral("name")).toString();
+        return names.join(QLatin1Char(',')) + QLatin1Char('/') + QString::number(combo->currentIndex());
+    };
+    QCOMPARE(shown(), QStringLiteral("LAN0,LAN1,Wi-Fi,4G/0"));
+    // Another program makes LAN1 the default adapter and then switches it off, while the screen is closed.
+    m_f.close();
+    QVERIFY(PanelSimulator::loadStateJson(
+        R"({"defaultAdapter": "LAN1", "adapters": {"LAN0": {}, "LAN1": {"enabled": false},
+        "WIFI": {}, "4G": {}}})"));
+    m_f.open();
+    QVERIFY(m_f.showPage(AppRootItem::MI_Network));
+    QCOMPARE(shown(), QStringLiteral("LAN0,Wi-Fi,4G/-1"));
+    // Nothing to test through: the test fails at once, without pinging anything.
+    PanelSimulator::clearCallLog();
+    QVERIFY(m_f.clickButton(
+        m_f.card(AppRootItem::Card_NIC)->findChild<QQuickItem *>(QStringLiteral("testButton"))));
+    QCOMPARE(writes(), QStringList());
+    QTRY_VERIFY(ScreenFixture::findText(m_f.window()->contentItem(), QStringLiteral("Test failed!")));
+    QVERIFY(PanelSimulator::loadStateJson(State));
 }
 
 QTEST_MAIN(tst_AppRootItem)
