@@ -168,8 +168,11 @@ QDateTime TimeEditPopup::getInputDateTime() const
 
 void TimeEditPopup::onConfirmClicked()
 {
-    if (!validateInputs())
+    if (!validateInputs()) {
+        if (m_refusal)
+            m_refusal->setVisible(true);
         return;
+    }
     setCurrentDateTime(getInputDateTime());
     emit dateTimeConfirmed(m_currentDateTime);
     VkbManager::instance().showVkb(false);
@@ -245,6 +248,26 @@ void TimeEditPopup::createUI()
 
     createInputFields(content, s, unit);
     updateInputsFromDateTime();
+
+    // In the strip under the fields: why "OK" did nothing (an empty field, a day the month lacks, a time
+    // the clock cannot hold). Gone as soon as the user types again, and on every opening.
+    m_refusal = new QQuickText(content);
+    m_refusal->setObjectName(QStringLiteral("timeEditRefusal"));
+    m_refusal->setTextFormat(QQuickText::PlainText);
+    m_refusal->setPosition(QPointF(20 * s, 57 * s));
+    m_refusal->setSize(QSizeF(632 * s, 17 * s));
+    m_refusal->setVAlign(QQuickText::AlignVCenter);
+    m_refusal->setColor(QColor::fromRgb(Palette::Error));
+    QFont font = m_refusal->font();
+    font.setPixelSize(std::max(int(unit * 0.3), 1));
+    m_refusal->setFont(font);
+    m_refusal->setVisible(false);
+    setMultilingualText(m_refusal,
+                        [] { return QCoreApplication::translate("TimeEditPopup", "Invalid date"); });
+    const auto hideRefusal = [this] { m_refusal->setVisible(false); };
+    connect(this, &QQuickPopup::aboutToShow, m_refusal, hideRefusal);
+    for (QQuickTextInput *input : m_inputs)
+        connect(input, &QQuickTextInput::textChanged, m_refusal, hideRefusal);
 }
 
 void TimeEditPopup::createInputFields(QQuickItem *parent, qreal s, qreal unit)

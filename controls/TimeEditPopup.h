@@ -51,6 +51,8 @@ public:
     QQuickTextInput *inputField(InputType type) const { return m_inputs.at(type); }
     /// The "OK" button.
     BeepButton *confirmButton() const { return m_confirmButton; }
+    /// The red line under the fields that says why "OK" was refused; hidden until then.
+    QQuickText *refusalText() const { return m_refusal; }
 
     /// Fills the fields from currentDateTime(): a four-digit year, two digits for everything else.
     void updateInputsFromDateTime();
@@ -63,8 +65,8 @@ public:
     static QValidator *createValidator(InputType type, QObject *parent = nullptr);
 
 public Q_SLOTS:
-    /// Confirms the typed value: nothing when it is not a real date and time, else stores it, emits
-    /// dateTimeConfirmed(), puts the keyboard away and closes.
+    /// Confirms the typed value: when it is not a real date and time the clock can hold, says so under the
+    /// fields; else stores it, emits dateTimeConfirmed(), puts the keyboard away and closes.
     void onConfirmClicked();
     /// Empties the day when the year and month typed so far leave no room for it.
     void validateDayAgainstMonth();
@@ -89,6 +91,7 @@ private:
     QDateTime m_currentDateTime = QDateTime::currentDateTime();
     std::array<QQuickTextInput *, 6> m_inputs{}; ///< year, month, day, hour, minute, second
     BeepButton *m_confirmButton = nullptr;
+    QQuickText *m_refusal = nullptr;
     QQuickRectangle *m_background = nullptr;
     TimeKeyPressFilter *m_keyFilter = nullptr;
 };

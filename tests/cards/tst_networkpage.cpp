@@ -596,6 +596,9 @@ void tst_NetworkPage::timersFollowSelection()
     QCOMPARE(runningTimers(), QList<int>());
     QCOMPARE(modem->text(), QStringLiteral("Not connected"));
     QCOMPARE(icon->source().toString(), QStringLiteral("qrc:/setting/icons/singal4G_0.png"));
+    QSP::GlobalInfo::switchLanguage(QLocale(QLocale::Chinese, QLocale::China));
+    QCOMPARE(modem->text(), QStringLiteral("未连接"));
+    QSP::GlobalInfo::switchLanguage(QLocale(QLocale::English, QLocale::UnitedStates));
 
     // The VPN is polled every three seconds while selected, even with its switch off.
     QVERIFY(loadState(R"({"vpn": {"state": 5}})"));

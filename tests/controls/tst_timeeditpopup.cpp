@@ -212,6 +212,7 @@ void tst_TimeEditPopup::editing_data()
     type("month emptied", "touch:month key:Del", "day", "31");
     type("year being typed", "touch:year key:Del touch:month type:2", "day", "31");
     type("day typed after the month", "touch:month type:2 touch:day type:29", "day", "29");
+    type("refused, then typed again", "touch:day type:0 key:Enter touch:day type:1", "day", "1");
     // "OK", or Return and Enter in a field, confirm a real date and time only.
     const QString edit = QStringLiteral("touch:year type:2030 touch:month type:12 touch:day type:24 "
                                         "touch:hour type:18 touch:minute type:5 touch:second type:09 ");
@@ -276,6 +277,12 @@ void tst_TimeEditPopup::editing()
         QVERIFY(!f.keyboard() || !field.isEmpty() || !f.keyboard()->isVisible());
         QVERIFY(m_popup->isVisible());
         QCOMPARE(m_popup->currentDateTime(), start);
+        // A refusal says why, in red under the fields, until the user types again.
+        const bool refused = steps.endsWith(QLatin1String("touch:ok")) ||
+                             steps.endsWith(QLatin1String("Return")) ||
+                             steps.endsWith(QLatin1String("Enter"));
+        QCOMPARE(m_popup->refusalText()->isVisible(), refused);
+        QCOMPARE(m_popup->refusalText()->text(), QStringLiteral("Invalid date"));
         return;
     }
     QTRY_COMPARE(closed.count(), 1);

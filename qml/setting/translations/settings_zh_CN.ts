@@ -165,6 +165,10 @@
         <translation>未连接</translation>
     </message>
     <message>
+        <source>Not connected</source>
+        <translation>未连接</translation>
+    </message>
+    <message>
         <source>Europe</source>
         <translation>欧洲服务器</translation>
     </message>
@@ -316,6 +320,10 @@
     <message>
         <source>OK</source>
         <translation>确定</translation>
+    </message>
+    <message>
+        <source>Invalid date</source>
+        <translation>日期无效</translation>
     </message>
 </context>
 </TS>
