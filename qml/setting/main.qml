@@ -27,8 +27,8 @@ AppRootItem {
             color: "#FFFFFF"
 
             Text {
-                textFormat: Text.PlainText
                 id: _settingsText
+                textFormat: Text.PlainText
                 anchors.centerIn: parent
                 text: "Setting"
                 font.family: "1"
@@ -45,8 +45,8 @@ AppRootItem {
         }
 
         Text {
-            textFormat: Text.PlainText
             id: _titleText
+            textFormat: Text.PlainText
             anchors.verticalCenter: parent.verticalCenter
             font.family: "1"
             font.pixelSize: _title.height / 3

@@ -37,8 +37,8 @@ CardBrightness {
             }
 
             Text {
-                textFormat: Text.PlainText
                 id: titleText
+                textFormat: Text.PlainText
 
                 anchors.verticalCenter: titleIcon.verticalCenter
                 anchors.left: titleIcon.right
@@ -153,8 +153,8 @@ CardBrightness {
                     border.width: 0
 
                     Text {
-                        textFormat: Text.PlainText
                         id: sliderValue
+                        textFormat: Text.PlainText
 
                         anchors.fill: parent
                         horizontalAlignment: Text.AlignHCenter

@@ -35,8 +35,8 @@ CardBuzzer {
             }
 
             Text {
-                textFormat: Text.PlainText
                 id: titleText
+                textFormat: Text.PlainText
 
                 anchors.verticalCenter: titleIcon.verticalCenter
                 anchors.left: titleIcon.right
@@ -54,8 +54,8 @@ CardBuzzer {
             height: _cardBuzzerRoot.buzzerTitleRowHeight * 1.3
 
             Text {
-                textFormat: Text.PlainText
                 id: buzzerLabel
+                textFormat: Text.PlainText
 
                 anchors.verticalCenter: parent.verticalCenter
                 anchors.left: parent.left

@@ -42,8 +42,8 @@ CardDNS {
             }
 
             Text {
-                textFormat: Text.PlainText
                 id: titleText
+                textFormat: Text.PlainText
 
                 anchors.verticalCenter: titleIcon.verticalCenter
                 anchors.left: titleIcon.right
@@ -61,8 +61,8 @@ CardDNS {
             height: titleRowHeight * 0.92
 
             Text {
-                textFormat: Text.PlainText
                 id: dns1Text
+                textFormat: Text.PlainText
 
                 anchors.left: parent.left
                 anchors.leftMargin: titleText.font.pixelSize
@@ -91,8 +91,8 @@ CardDNS {
             height: titleRowHeight * 0.92
 
             Text {
-                textFormat: Text.PlainText
                 id: dns2Text
+                textFormat: Text.PlainText
 
                 anchors.left: parent.left
                 anchors.leftMargin: titleText.font.pixelSize

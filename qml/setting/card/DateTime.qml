@@ -37,8 +37,8 @@ CardTime {
             }
 
             Text {
-                textFormat: Text.PlainText
                 id: titleText
+                textFormat: Text.PlainText
 
                 anchors.verticalCenter: titleIcon.verticalCenter
                 anchors.left: titleIcon.right
@@ -63,8 +63,8 @@ CardTime {
                 anchors.rightMargin: titleText.font.pixelSize
 
                 Text {
-                    textFormat: Text.PlainText
                     id: dateLabel
+                    textFormat: Text.PlainText
 
                     width: parent.width * 0.4
                     height: parent.height
@@ -76,8 +76,8 @@ CardTime {
                 }
 
                 Text {
-                    textFormat: Text.PlainText
                     id: timeText
+                    textFormat: Text.PlainText
 
                     width: parent.width * 0.6
                     height: parent.height

@@ -41,8 +41,8 @@ CardNIC {
             }
 
             Text {
-                textFormat: Text.PlainText
                 id: titleText
+                textFormat: Text.PlainText
 
                 anchors.verticalCenter: titleIcon.verticalCenter
                 anchors.left: titleIcon.right
@@ -60,8 +60,8 @@ CardNIC {
             height: titleRowHeight * 0.92
 
             Text {
-                textFormat: Text.PlainText
                 id: networkText
+                textFormat: Text.PlainText
 
                 anchors.left: parent.left
                 anchors.leftMargin: titleText.font.pixelSize
@@ -90,8 +90,8 @@ CardNIC {
             height: titleRowHeight * 0.92
 
             Text {
-                textFormat: Text.PlainText
                 id: pingTestText
+                textFormat: Text.PlainText
 
                 anchors.left: parent.left
                 anchors.leftMargin: titleText.font.pixelSize
@@ -109,8 +109,8 @@ CardNIC {
                 width: height * 1.5
 
                 Text {
-                    textFormat: Text.PlainText
                     id: testButtonText
+                    textFormat: Text.PlainText
 
                     anchors.centerIn: parent
                     font.pixelSize: titleText.font.pixelSize

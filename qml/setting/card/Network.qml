@@ -36,8 +36,8 @@ CardNetwork {
             }
 
             Text {
-                textFormat: Text.PlainText
                 id: _titleText
+                textFormat: Text.PlainText
 
                 anchors.bottom: parent.bottom
                 anchors.left: titleIcon.right

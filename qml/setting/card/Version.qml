@@ -34,8 +34,8 @@ CardVersion {
             }
 
             Text {
-                textFormat: Text.PlainText
                 id: iconErrorText
+                textFormat: Text.PlainText
                 anchors.centerIn: titleIcon
                 text: "!"
                 color: "red"
@@ -45,8 +45,8 @@ CardVersion {
             }
 
             Text {
-                textFormat: Text.PlainText
                 id: titleText
+                textFormat: Text.PlainText
                 font.pixelSize: versionTitleRowHeight * 0.383
                 color: "#86909C"
                 anchors.verticalCenter: titleIcon.verticalCenter
@@ -91,8 +91,8 @@ CardVersion {
                         visible: qrCodeImage.status !== Image.Ready
 
                         Text {
-                            textFormat: Text.PlainText
                             id: qrCodePlaceholder
+                            textFormat: Text.PlainText
                             anchors.centerIn: parent
                             color: "#999999"
                             font.pixelSize: titleText.font.pixelSize * 0.8
@@ -119,15 +119,15 @@ CardVersion {
                 spacing: titleText.font.pixelSize / 2
 
                 Text {
-                    textFormat: Text.PlainText
                     id: serialNumberLabel
+                    textFormat: Text.PlainText
                     font.pixelSize: titleText.font.pixelSize * 0.9
                     color: "#1D2129"
                 }
 
                 Text {
-                    textFormat: Text.PlainText
                     id: serialNumberValue
+                    textFormat: Text.PlainText
                     text: _cardVersionRoot.serialNumber
                     font.pixelSize: titleText.font.pixelSize * 0.9
                     color: "#1D2129"

@@ -17,8 +17,8 @@ BeepButton {
     }
 
     Text {
-        textFormat: Text.PlainText
         id: _text
+        textFormat: Text.PlainText
         text: parent.text
         font.pixelSize: 0.357 * parent.height
         x: _image.width * 1.875 - 4

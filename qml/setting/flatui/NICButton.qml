@@ -17,8 +17,8 @@ BeepButton {
     }
 
     Text {
-        textFormat: Text.PlainText
         id: _text
+        textFormat: Text.PlainText
         text: qsTr("Network 0")
         anchors.centerIn: parent
         color: checked ? whiteColor : blueColor
