@@ -12,6 +12,7 @@
 #include "VkbManager.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QMetaMethod>
 #include <QQmlContext>
 #include <QQmlEngine>
@@ -42,6 +43,12 @@ const QColor FRAME_BORDER(Palette::Border);
 const QColor NAME_COLOR(Palette::Text);
 const QColor CHECKED_BOX(QLatin1String("#537BAD"));
 
+// Work a scan result may do in one turn of the event loop: the rest of the frame is left to laying out
+// and drawing the rows (the new rows' first drawing costs about as much again as making them). The first
+// rows of a turn are made whatever they cost, so that a usual list shows complete at once.
+constexpr qint64 ROW_BATCH_NS = 5 * 1000 * 1000;
+constexpr int MIN_ROWS_PER_TURN = 32;
+
 // The password dialog is laid out on a 426 x 243 design, scaled to its real size.
 constexpr qreal DESIGN_W = 426;
 constexpr qreal DESIGN_H = 243;
@@ -70,6 +77,14 @@ T *part(const QObject *object, const char *name)
 void centreVertically(QQuickItem *item, QQuickItem *in)
 {
     anchorsOf(item)->setVerticalCenter(QQuickItemPrivate::get(in)->verticalCenter());
+}
+
+/// A text item for names that come from outside (network names): never taken for markup.
+QQuickText *newPlainText(QQuickItem *parent)
+{
+    auto *text = new QQuickText(parent);
+    text->setTextFormat(QQuickText::PlainText);
+    return text;
 }
 
 void setPixelSize(QQuickText *text, int pixelSize)
@@ -147,9 +162,19 @@ auto scanResultTo(CardWifi *card)
 CardWifi::CardWifi(QQuickItem *parent)
     : QQuickControl(parent)
 {
-    Q_UNUSED(s_registered)
     qRegisterMetaType<HMI::SSID>();
     connect(this, &CardWifi::wifiReset, this, &CardWifi::onWifiReset);
+    m_rowTimer.setInterval(0);
+    m_rowTimer.setSingleShot(true);
+    connect(&m_rowTimer, &QTimer::timeout, this, &CardWifi::addPendingRows);
+    // An attempt that never reports its end (an outcome this card does not know, or none at all) must not
+    // keep the dialog on "Connecting" and the list locked: it ends as a time-out.
+    m_connectWatchdog.setInterval(CONNECT_TIMEOUT_MS);
+    m_connectWatchdog.setSingleShot(true);
+    connect(&m_connectWatchdog, &QTimer::timeout, this, [this] {
+        if (m_cardState == Connecting)
+            onConnectResult(HMI::SystemSet::WIFI_TIMEOUT);
+    });
 
     const GlobalInfo &info = GlobalInfo::instance();
     const QSize screen = info.screenSize();
@@ -310,7 +335,7 @@ void CardWifi::addResetButton(QQuickItem *row)
     background->setColor(ACCENT_BLUE);
     background->setRadius(5);
 
-    auto *text = new QQuickText(background);
+    auto *text = newPlainText(background);
     text->setColor(Qt::white);
     setPixelSize(text, m_fontSize);
     anchorsOf(text)->setCenterIn(background);
@@ -373,11 +398,34 @@ void CardWifi::scanWifi()
 
 void CardWifi::onScanResult(std::unique_ptr<std::vector<SsidInfo>> list)
 {
-    clearWifiList();
-    setState(Idle);
-    if (!list)
+    // Rows that the new list fills keep showing the old one until their turn comes (in the first batch for
+    // any usual list); the others go now, as does whatever remained of an earlier result.
+    hideRowsFrom(list ? int(qMin<std::size_t>(list->size(), MAX_ROWS)) : 0);
+    m_wifiList.clear();
+    m_hiddenSsid = HMI::SSID{};
+    m_pendingScan = std::move(list);
+    m_pendingNext = 0;
+    m_rowTimer.stop();
+    // A result that comes during a connection attempt leaves the attempt on show until its outcome.
+    if (m_cardState != Connecting)
+        setState(Idle);
+    if (!m_pendingScan)
         return;
-    for (SsidInfo &record : *list) {
+    addPendingRows();
+    if (isConnected() && !m_wifiList.isEmpty())
+        updateCurrentWifi();
+}
+
+void CardWifi::addPendingRows()
+{
+    if (!m_pendingScan)
+        return;
+    std::vector<SsidInfo> &records = *m_pendingScan;
+    const std::size_t count = qMin<std::size_t>(records.size(), MAX_ROWS);
+    QElapsedTimer turn;
+    turn.start();
+    for (int made = 1; m_pendingNext < count; ++made) {
+        SsidInfo &record = records[m_pendingNext++];
         record.ssid[32] = 0;
         WIFI_INFO entry;
         entry.item = addItem(record, m_wifiList.size());
@@ -386,26 +434,54 @@ void CardWifi::onScanResult(std::unique_ptr<std::vector<SsidInfo>> list)
         entry.needPassword = record.encrypted;
         entry.strength = record.signal;
         m_wifiList.append(entry);
+        if (made >= MIN_ROWS_PER_TURN && turn.nsecsElapsed() >= ROW_BATCH_NS)
+            break;
     }
-    if (isConnected() && !m_wifiList.isEmpty())
-        updateCurrentWifi();
+    if (m_pendingNext < count)
+        m_rowTimer.start(); // the rest after the screen has had its turn
+    else
+        m_pendingScan.reset();
 }
 
 void CardWifi::clearWifiList()
 {
-    for (const WIFI_INFO &entry : qAsConst(m_wifiList)) {
-        if (!entry.item)
-            continue;
-        entry.item->setParent(nullptr);
-        entry.item->setParentItem(nullptr);
-        entry.item->deleteLater();
-    }
+    m_rowTimer.stop();
+    m_pendingScan.reset();
+    hideRowsFrom(0);
     m_wifiList.clear();
+}
+
+void CardWifi::hideRowsFrom(int index)
+{
+    for (int i = index; i < m_rowsInUse; ++i)
+        m_rows.at(i).item->setVisible(false);
+    m_rowsInUse = qMin(m_rowsInUse, qMax(index, 0));
+}
+
+bool CardWifi::isRowShown(const HMI::SSID &ssid) const
+{
+    return m_hiddenSsid[0] == 0 || std::strcmp(ssid.data(), m_hiddenSsid.data()) != 0;
 }
 
 QQuickItem *CardWifi::addItem(const SsidInfo &record, int index)
 {
+    if (index < 0 || index > m_rows.size())
+        return nullptr;
+    if (index == m_rows.size())
+        m_rows.append(makeRow(index));
+    const Row &row = m_rows.at(index);
+    row.icon->setSource(signalIcon(record.signal));
+    row.name->setText(getSsidFromScan(record.ssid));
+    row.item->setVisible(isRowShown(record.ssid));
+    m_rowsInUse = qMax(m_rowsInUse, index + 1);
+    return row.item;
+}
+
+CardWifi::Row CardWifi::makeRow(int index)
+{
+    Row made;
     auto *row = new QQuickItem(m_column ? static_cast<QQuickItem *>(m_column) : this);
+    made.item = row;
     if (m_column) {
         row->setWidth(m_column->width());
         connect(m_column, &QQuickItem::widthChanged, row,
@@ -414,27 +490,27 @@ QQuickItem *CardWifi::addItem(const SsidInfo &record, int index)
     row->setHeight(rowHeight());
 
     const qreal side = m_base * 0.5;
-    auto *icon = new QQuickImage(row);
-    icon->setSize(QSizeF(side, side));
-    icon->setSourceSize(QSize(40, 40));
-    icon->setSource(signalIcon(record.signal));
-    centreVertically(icon, row);
+    made.icon = new QQuickImage(row);
+    made.icon->setSize(QSizeF(side, side));
+    made.icon->setSourceSize(QSize(40, 40));
+    centreVertically(made.icon, row);
 
-    auto *name = new QQuickText(row);
+    QQuickText *name = newPlainText(row);
+    made.name = name;
     setPixelSize(name, m_fontSize);
     name->setColor(NAME_COLOR);
     name->setX(rowHeight() * 16 / 13);
     name->setElideMode(QQuickText::ElideRight);
-    name->setText(getSsidFromScan(record.ssid));
     centreVertically(name, row);
     const auto fitName = [row, name] { name->setWidth(qMax(0.0, row->width() - name->x())); };
     fitName();
     connect(row, &QQuickItem::widthChanged, name, fitName);
 
+    // The row at this position always shows the list entry at the same position.
     auto *button = new BeepButton(row);
     anchorsOf(button)->setFill(row);
     connect(button, &QQuickAbstractButton::clicked, this, [this, index] { onClickWifiItem(index); });
-    return row;
+    return made;
 }
 
 void CardWifi::addCurItem()
@@ -448,7 +524,7 @@ void CardWifi::addCurItem()
     m_curSignalIcon->setSourceSize(QSize(40, 40));
     centreVertically(m_curSignalIcon, m_current);
 
-    m_curNameText = new QQuickText(m_current);
+    m_curNameText = newPlainText(m_current);
     setPixelSize(m_curNameText, m_fontSize);
     m_curNameText->setColor(FOCUS_BLUE);
     m_curNameText->setX(m_current->height() * 16 / 13);
@@ -485,11 +561,14 @@ void CardWifi::updateCurrentWifi()
     if (connected && !named && m_cardState == Scanning)
         return;
 
+    // Rows still to come from the scan follow the same rule when they are filled.
+    m_hiddenSsid = connected && named ? ssid : HMI::SSID{};
+    for (const WIFI_INFO &entry : qAsConst(m_wifiList)) {
+        if (entry.item)
+            entry.item->setVisible(isRowShown(entry.ssid));
+    }
+
     if (connected && named) {
-        for (const WIFI_INFO &entry : qAsConst(m_wifiList)) {
-            if (entry.item)
-                entry.item->setVisible(std::strcmp(entry.ssid.data(), ssid.data()) != 0);
-        }
         if (m_curNameText) {
             m_curNameText->setText(getSsidFromCurWifi(ssid));
             m_curNameText->setVisible(true);
@@ -499,10 +578,6 @@ void CardWifi::updateCurrentWifi()
     }
 
     // No connection any more: every nearby network can be chosen again.
-    for (const WIFI_INFO &entry : qAsConst(m_wifiList)) {
-        if (entry.item)
-            entry.item->setVisible(true);
-    }
     if (m_curNameText) {
         m_curNameText->setVisible(false);
         m_curNameText->setText(QString());
@@ -700,7 +775,7 @@ void CardWifi::addDialog()
     m_dialog = dialog;
 
     // The message: "Enter password", an outcome in red, or "Connecting" centred beside the spinner.
-    m_dialogMessage = new QQuickText(body);
+    m_dialogMessage = newPlainText(body);
     m_dialogMessage->setFont(dialogFont());
     m_dialogMessage->setPosition(QPointF(w * 79 / DESIGN_W, h * 28 / DESIGN_H));
     setMultilingualText(m_dialogMessage, [this] {
@@ -770,7 +845,7 @@ void CardWifi::addDialog()
     anchorsOf(tick)->setMargins(4);
     tick->setVisible(false);
 
-    auto *showText = new QQuickText(showPassword);
+    auto *showText = newPlainText(showPassword);
     showText->setFont(dialogFont());
     showText->setX(qRound(box->width() * 1.2));
     centreVertically(showText, showPassword);
@@ -797,7 +872,7 @@ void CardWifi::addDialog()
     connectBackground->setRadius(4);
     connectBackground->setColor(ACCENT_BLUE);
     connectButton->setBackground(connectBackground);
-    auto *connectText = new QQuickText(connectButton);
+    auto *connectText = newPlainText(connectButton);
     connectText->setFont(dialogFont());
     connectText->setColor(Qt::white);
     anchorsOf(connectText)->setCenterIn(connectButton);
@@ -843,6 +918,7 @@ void CardWifi::connectWifi(HMI::SSID wifiname, QString password)
     if (m_dialog && m_dialog->bodyItem())
         m_dialog->bodyItem()->setVisible(false);
     callNetworkCard("setWifiConnecting", true);
+    m_connectWatchdog.start();
     panel().connectWifi(terminated(wifiname), std::string(utf8.constData(), size_t(utf8.size())),
                         onGuiThread(this, [](CardWifi *card, HMI::SystemSet::StateWifi result) {
                             card->onConnectResult(result);
@@ -852,12 +928,18 @@ void CardWifi::connectWifi(HMI::SSID wifiname, QString password)
 void CardWifi::onConnectResult(HMI::SystemSet::StateWifi result)
 {
     QQuickItem *body = m_dialog ? m_dialog->bodyItem() : nullptr;
+    // A final outcome ends the attempt, also one that comes after the watchdog gave up on it.
+    const auto ended = [this] {
+        m_connectWatchdog.stop();
+        callNetworkCard("setWifiConnecting", false);
+    };
     // A failed attempt brings the password field back with the password still in it.
-    const auto failed = [this, body](const char *message) {
+    const auto failed = [this, body, ended](const char *message) {
         setState(Idle);
         if (body)
             body->setVisible(true);
         setDialogMessage(message, Qt::red);
+        ended();
     };
 
     switch (result) {
@@ -865,27 +947,27 @@ void CardWifi::onConnectResult(HMI::SystemSet::StateWifi result)
         failed(QT_TRANSLATE_NOOP("CardWifi", "Wi-Fi Offline"));
         m_selectedStrength = 0;
         scanWifi();
-        callNetworkCard("setWifiConnecting", false);
         break;
     case HMI::SystemSet::WIFI_CONNECTING:
         setState(Connecting);
+        // Also after the end of the attempt: that end is awaited again.
+        if (!m_connectWatchdog.isActive())
+            m_connectWatchdog.start();
         break;
     case HMI::SystemSet::WIFI_CONNECTED:
         setState(Online);
         if (const WIFI_INFO *entry = findWifiByCurrentSsid())
             m_selectedStrength = entry->strength;
         update_afterOnLine();
-        callNetworkCard("setWifiConnecting", false);
+        ended();
         break;
     case HMI::SystemSet::WIFI_TIMEOUT:
         failed(QT_TRANSLATE_NOOP("CardWifi", "Time out"));
-        callNetworkCard("setWifiConnecting", false);
         break;
     case HMI::SystemSet::WIFI_WRONG_PASSWORD:
         failed(QT_TRANSLATE_NOOP("CardWifi", "Wrong password"));
-        callNetworkCard("setWifiConnecting", false);
         break;
-    default: // reports this card does not know leave everything as it is
+    default: // reports this card does not know leave everything as it is; the watchdog ends the attempt
         break;
     }
 }

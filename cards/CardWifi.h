@@ -5,6 +5,7 @@
 #include <QMetaType>
 #include <QPointer>
 #include <QString>
+#include <QTimer>
 #include <QVector>
 #include <QtQuickTemplates2/private/qquickcontrol_p.h>
 
@@ -28,6 +29,9 @@ class Dialog;
 /// The card also owns the page's return button in the title bar; the root item decides where it leads.
 /// Scan, reset, connect and DHCP results arrive on the system's own threads and are handed to the card's
 /// thread before anything is touched.
+///
+/// Nearby rows are kept from one scan to the next and refilled in place; a long list gets its rows in
+/// batches over several turns of the event loop, so that a crowded site never freezes the screen.
 class CardWifi : public QQuickControl
 {
     Q_OBJECT
@@ -48,10 +52,17 @@ public:
     };
     Q_ENUM(CardState)
 
+    /// How long a connection attempt may go without a final outcome before it counts as timed out.
+    static constexpr int CONNECT_TIMEOUT_MS = 60000;
+    /// The most nearby networks listed; a scan that finds more lists the first ones. Wi-Fi services keep far
+    /// fewer (wpa_supplicant's table holds 200 by default), and every row costs some 12 KiB and layout time
+    /// for as long as the card lives.
+    static constexpr int MAX_ROWS = 1000;
+
     /// One nearby network, in the order of the scan result.
     struct WIFI_INFO
     {
-        QQuickItem *item = nullptr; ///< its row in the column
+        QQuickItem *item = nullptr; ///< its row in the column (the row at the same position)
         HMI::SSID ssid{};           ///< raw name bytes, byte 32 always 0
         QString password;           ///< known from the scan, then what the user typed
         quint8 needPassword = 0;    ///< non-zero: the network needs a password
@@ -76,11 +87,13 @@ public:
 
     /// Starts a scan, unless a scan, a reset or a connection attempt is under way.
     void scanWifi();
-    /// Replaces the nearby rows by those of @p list (a null list leaves none).
+    /// Replaces the nearby rows by those of @p list (a null list leaves none). The first rows show at once;
+    /// a long list is completed on later turns of the event loop, and a newer result replaces what is left.
     void onScanResult(std::unique_ptr<std::vector<HMI::SystemSet::SsidInfo>> list);
-    /// Takes every nearby row away.
+    /// Takes every nearby row away (the rows are hidden and kept for the next scan).
     void clearWifiList();
-    /// Builds the row of @p record; a tap on it starts connecting to list entry @p index.
+    /// Shows @p record in the row at @p index, made when no earlier scan needed that many; a tap on it
+    /// starts connecting to list entry @p index.
     QQuickItem *addItem(const HMI::SystemSet::SsidInfo &record, int index);
     /// Builds the connected row's icon, name and tick on first use.
     void addCurItem();
@@ -100,6 +113,7 @@ public:
     /// The first nearby entry named @p ssid (all 33 bytes equal), or null.
     WIFI_INFO *findWifiBySsid(const HMI::SSID &ssid);
     WIFI_INFO *findWifiByCurrentSsid();
+    /// The nearby networks that have their row so far (all of the last scan once it is listed).
     const QVector<WIFI_INFO> &wifiList() const { return m_wifiList; }
 
     /// A tap on the nearby row at list @p index: open the dialog and, when no typing is needed, connect.
@@ -115,6 +129,10 @@ public:
     void update_afterOnLine();
     void setDhcpAndUpdateCurWifi();
     void closeDialog_and_updateCurWifiInfo();
+    /// The time a connection attempt is given, in milliseconds (CONNECT_TIMEOUT_MS unless a test shortens
+    /// it).
+    int connectTimeout() const { return m_connectWatchdog.interval(); }
+    void setConnectTimeout(int ms) { m_connectWatchdog.setInterval(ms); }
 
 Q_SIGNALS:
     void titleHeightChanged();
@@ -137,6 +155,18 @@ protected:
     void itemChange(ItemChange change, const ItemChangeData &value) override;
 
 private:
+    /// A nearby row and the parts that change from one network to the next.
+    struct Row
+    {
+        QQuickItem *item = nullptr;
+        QQuickImage *icon = nullptr;
+        QQuickText *name = nullptr;
+    };
+
+    Row makeRow(int index);
+    void addPendingRows();
+    void hideRowsFrom(int index);
+    bool isRowShown(const HMI::SSID &ssid) const;
     void addReturnButton();
     void addResetButton(QQuickItem *row);
     void updateButtonsForState();
@@ -145,6 +175,13 @@ private:
     QFont dialogFont() const;
 
     QVector<WIFI_INFO> m_wifiList;
+    QVector<Row> m_rows;      ///< every row made so far, in column order; row i shows list entry i
+    int m_rowsInUse = 0;      ///< rows at and after this position are hidden
+    HMI::SSID m_hiddenSsid{}; ///< the connected network, whose nearby rows are hidden; empty: none
+    std::unique_ptr<std::vector<HMI::SystemSet::SsidInfo>> m_pendingScan; ///< records still to list
+    std::size_t m_pendingNext = 0;
+    QTimer m_rowTimer;        ///< lists the next batch of pending records
+    QTimer m_connectWatchdog; ///< ends an attempt whose outcome never comes
     HMI::SSID m_selectedSsid{};
     unsigned m_selectedStrength = 0; ///< of the network last tapped or connected
     CardState m_cardState = Idle;

@@ -7,6 +7,8 @@
 #include "ScreenFixture.h"
 #include "TestKeyboard.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QQuickWindow>
 #include <QtQuick/private/qquickimage_p.h>
 #include <QtQuick/private/qquickitem_p.h>
@@ -40,10 +42,39 @@ const char NETWORKS[] = R"({
 const char NO_NETWORKS[] = R"({"wifi": {"connected": null, "networks": []}})";
 
 const QString GB_NAME = QString::fromUtf8("\xe4\xbd\xa0\xe5\xa5\xbd");
+const QStringList SCANNED = {QStringLiteral("Office"),
+                             GB_NAME,
+                             QStringLiteral("Guest"),
+                             QStringLiteral("Office"),
+                             QStringLiteral("Known"),
+                             QStringLiteral("Slow"),
+                             QStringLiteral("0123456789abcdef0123456789ABCDEF")};
 
 QByteArray networks(const char *from, const char *to)
 {
     return QByteArray(NETWORKS).replace(from, to);
+}
+
+/// A scan that finds @p count secured networks named "Net 0", "Net 1", ..., listed in @p names.
+QByteArray crowd(int count, QStringList &names)
+{
+    QByteArray json = R"({"wifi": {"connected": null, "networks": [)";
+    names.clear();
+    for (int i = 0; i < count; ++i) {
+        names << QStringLiteral("Net %1").arg(i);
+        json += QStringLiteral(R"(%1{"ssid": "%2", "strength": %3, "secured": true})")
+                    .arg(i ? QStringLiteral(",") : QString(), names.last())
+                    .arg(i % 101)
+                    .toUtf8();
+    }
+    return json + "]}}";
+}
+
+/// @p text as a JSON string.
+QByteArray quoted(const QString &text)
+{
+    const QByteArray array = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
+    return array.mid(1, array.size() - 2);
 }
 
 QQuickAbstractButton *buttonAround(QQuickItem *item)
@@ -64,22 +95,31 @@ private Q_SLOTS:
     void cleanup();
     void cleanupTestCase();
     void nearbyList();
+    void crowdedSite();
+    void namesShownAsTheyAre_data();
+    void namesShownAsTheyAre();
     void connectedRow();
     void scanAndReset();
     void passwordDialog();
     void connectionOutcome_data();
     void connectionOutcome();
+    void connectionWithoutOutcome_data();
+    void connectionWithoutOutcome();
     void keyboardMovesDialog_data();
     void keyboardMovesDialog();
     void returnButtonLeadsToNetworkPage();
 
 private:
     void rescan(const char *json = NETWORKS);
+    /// The rows of the nearby networks listed, in list order.
     QList<QQuickItem *> rows() const
     {
-        return m_card->property("layout").value<QQuickItem *>()->childItems().mid(4);
+        QList<QQuickItem *> items;
+        for (const CardWifi::WIFI_INFO &entry : m_card->wifiList())
+            items << entry.item;
+        return items;
     }
-    /// The names of the nearby rows on show.
+    /// The names shown below the fixed rows of the card's column.
     QStringList shownRows() const;
     void tapRow(int index)
     {
@@ -143,6 +183,7 @@ void tst_WifiPage::initTestCase()
 
 void tst_WifiPage::cleanup()
 {
+    m_card->setConnectTimeout(CardWifi::CONNECT_TIMEOUT_MS);
     QVERIFY(PanelSimulator::waitForIdle());
     QTRY_VERIFY(m_card->state() != CardWifi::Scanning && m_card->state() != CardWifi::Connecting);
     if (m_card->passwordDialog())
@@ -170,10 +211,8 @@ void tst_WifiPage::rescan(const char *json)
 QStringList tst_WifiPage::shownRows() const
 {
     QStringList texts;
-    for (QQuickItem *row : rows()) {
-        if (row->isVisible())
-            texts << row->findChild<QQuickText *>()->text();
-    }
+    for (QQuickItem *row : m_card->property("layout").value<QQuickItem *>()->childItems().mid(4))
+        texts << ScreenFixture::visibleTexts(row);
     return texts;
 }
 
@@ -190,33 +229,89 @@ void tst_WifiPage::nearbyList()
 {
     rescan();
     // Scan order and duplicates kept, GB2312 decoded, the 32-byte name cut at 32 bytes.
-    QCOMPARE(shownRows(),
-             QStringList({QStringLiteral("Office"), GB_NAME, QStringLiteral("Guest"),
-                          QStringLiteral("Office"), QStringLiteral("Known"), QStringLiteral("Slow"),
-                          QStringLiteral("0123456789abcdef0123456789ABCDEF")}));
+    QCOMPARE(shownRows(), SCANNED);
     QString levels; // signal icons: 80 and up, 60 to 79, 40 to 59, below 40
     for (QQuickItem *row : rows())
         levels += row->findChild<QQuickImage *>()->source().toString().section(QLatin1Char('/'), -1).left(1);
     QCOMPARE(levels, QStringLiteral("4332211"));
 
     // A crowded site: every one of 500 networks gets its row, in scan order.
-    QByteArray crowd = R"({"wifi": {"connected": null, "networks": [)";
     QStringList names;
-    for (int i = 0; i < 500; ++i) {
-        names << QStringLiteral("Net %1").arg(i);
-        if (i)
-            crowd += ',';
-        crowd += QStringLiteral(R"({"ssid": "%1", "strength": %2, "secured": true})")
-                     .arg(names.last())
-                     .arg(i % 101)
-                     .toUtf8();
-    }
-    rescan((crowd + "]}}").constData());
-    QCOMPARE(shownRows(), names);
+    rescan(crowd(500, names));
+    QTRY_COMPARE(shownRows(), names);
 
     rescan(R"({"wifi": {"connected": null, "scan": "null"}})"); // a null result: no rows, idle
-    QVERIFY(rows().isEmpty());
+    QVERIFY(shownRows().isEmpty());
     QVERIFY(!spinner()->isVisible());
+}
+
+void tst_WifiPage::crowdedSite()
+{
+    // Rows are made a batch at a time: the event loop turns before the list is complete.
+    int listedAtFirstTurn = -1;
+    const auto firstTurn = connect(m_card, &CardWifi::cardStateChanged, this, [this, &listedAtFirstTurn] {
+        if (m_card->state() == CardWifi::Idle)
+            QTimer::singleShot(0, this, [this, &listedAtFirstTurn] {
+                if (listedAtFirstTurn < 0)
+                    listedAtFirstTurn = m_card->wifiList().size();
+            });
+    });
+    QStringList names;
+    const QByteArray site = crowd(10000, names);
+    rescan(site);
+    disconnect(firstTurn);
+    QTRY_VERIFY(listedAtFirstTurn >= 0);
+    QVERIFY2(listedAtFirstTurn < CardWifi::MAX_ROWS, qPrintable(QString::number(listedAtFirstTurn)));
+
+    // A newer result replaces what is left of the list being made.
+    auto few = std::make_unique<std::vector<HMI::SystemSet::SsidInfo>>(2);
+    qstrcpy(few->at(0).ssid.data(), "Newer");
+    qstrcpy(few->at(1).ssid.data(), "Net 0");
+    m_card->onScanResult(std::move(few));
+    QTest::qWait(200); // time for any rest of the earlier list to come
+    QCOMPARE(shownRows(), QStringList({QStringLiteral("Newer"), QStringLiteral("Net 0")}));
+
+    // Listed as far as the card lists, without the network connected to; a later scan refills the same
+    // rows in place and hides the others.
+    rescan(QByteArray(site).replace("null", R"("Net 900")"));
+    names = names.mid(0, CardWifi::MAX_ROWS);
+    names.removeOne(QStringLiteral("Net 900"));
+    QTRY_COMPARE_WITH_TIMEOUT(shownRows(), names, 30000);
+    const QList<QQuickItem *> kept = rows();
+    rescan();
+    QCOMPARE(shownRows(), SCANNED);
+    QCOMPARE(rows(), kept.mid(0, SCANNED.size()));
+}
+
+void tst_WifiPage::namesShownAsTheyAre_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char *name : {"<h1>X</h1>", "Plant-Floor<b></b>", "<a href=\"x\">Office</a>",
+                             "<font color=\"red\">R</font>", "<img src=\"x\">", "&lt;&amp;<i></i>"})
+        QTest::newRow(name) << QString::fromUtf8(name);
+}
+
+void tst_WifiPage::namesShownAsTheyAre()
+{
+    QFETCH(QString, name);
+    // A name comes from the air: whatever it holds is shown as its characters, never as markup.
+    const auto asItIs = [&name](QQuickItem *item) {
+        const auto *text = qobject_cast<QQuickText *>(item);
+        return text && text->isVisible() && text->text() == name &&
+               text->textFormat() == QQuickText::PlainText;
+    };
+    QByteArray json =
+        R"({"delaysMs": {"scan": 0}, "wifi": {"connected": null, "networks": [{"secured": true, "ssid": )" +
+        quoted(name) + "}]}}";
+    rescan(json);
+    QVERIFY(asItIs(rows().value(0)->findChild<QQuickText *>()));
+    tapRow(0); // secured: the dialog, titled with the name, asks for the password
+    QVERIFY(asItIs(dialogText(name)));
+    m_card->passwordDialog()->close();
+    QTRY_VERIFY(!dialogOpen());
+
+    rescan(json.replace("null", quoted(name)));
+    QVERIFY(asItIs(currentName()));
 }
 
 void tst_WifiPage::connectedRow()
@@ -262,7 +357,7 @@ void tst_WifiPage::scanAndReset()
     QVERIFY(!m_f.clickButton(scan) && !m_f.clickButton(reset));
     // A reset asked for anyway only clears the list and the connected row; the scan's result fills it.
     Q_EMIT m_card->wifiReset();
-    QVERIFY(rows().isEmpty() && !currentName()->isVisible());
+    QVERIFY(shownRows().isEmpty() && !currentName()->isVisible());
     QCOMPARE(ScreenFixture::calls("scanWifi") + ScreenFixture::calls("resetWifi"), 1);
     QTRY_COMPARE(m_card->state(), CardWifi::Idle);
     QCOMPARE(rows().size(), 7);
@@ -276,7 +371,7 @@ void tst_WifiPage::scanAndReset()
     QVERIFY(m_f.clickButton(reset));
     QCOMPARE(ScreenFixture::calls("resetWifi"), 1);
     QCOMPARE(m_card->state(), CardWifi::Scanning);
-    QVERIFY(rows().isEmpty() && !currentName()->isVisible());
+    QVERIFY(shownRows().isEmpty() && !currentName()->isVisible());
     QTRY_COMPARE(m_card->state(), CardWifi::Idle);
     QCOMPARE(shownRows().size(), 7);
 }
@@ -419,6 +514,44 @@ void tst_WifiPage::connectionOutcome()
     for (const char *next : {"scanWifi", "setDHCP"})
         QCOMPARE(ScreenFixture::calls(next), then.startsWith(QLatin1String(next)) ? 1 : 0);
     QVERIFY(then.isEmpty() || ScreenFixture::calls(then.toStdString()) == 1);
+}
+
+void tst_WifiPage::connectionWithoutOutcome_data()
+{
+    QTest::addColumn<QByteArray>("panel");
+    QTest::addColumn<bool>("late"); // the outcome comes after all
+    const char *guest = R"("Guest", "strength": 60, "secured": false)";
+    QTest::newRow("unknown outcome") << networks(guest, R"("Guest", "secured": false, "result": 9)") << false;
+    QTest::newRow("outcome too late") << networks(R"("connect": 40)", R"("connect": 1500)") << true;
+}
+
+void tst_WifiPage::connectionWithoutOutcome()
+{
+    QFETCH(QByteArray, panel);
+    QFETCH(bool, late);
+
+    rescan(panel);
+    m_card->setConnectTimeout(300);
+    tapRow(2); // an open network: the tap connects
+    QCOMPARE(m_card->state(), CardWifi::Connecting);
+    // A scan's result meanwhile leaves the attempt on show.
+    m_card->onScanResult(nullptr);
+    QCOMPARE(m_card->state(), CardWifi::Connecting);
+    QVERIFY(dialogOpen() && !bodyShown() && spinner()->isVisible() &&
+            dialogText(QStringLiteral("Connecting")));
+
+    // No final outcome in time: the attempt ends as a time-out, and the card takes scans again.
+    QTRY_VERIFY(dialogText(QStringLiteral("Time out")));
+    QCOMPARE(dialogText(QStringLiteral("Time out"))->color(), QColor(Qt::red));
+    QVERIFY(bodyShown() && !spinner()->isVisible());
+    m_card->passwordDialog()->close();
+    rescan(panel);
+
+    // An outcome that comes after all is taken as it comes.
+    if (late) {
+        QTRY_COMPARE(m_card->state(), CardWifi::Online);
+        QCOMPARE(currentName()->text(), QStringLiteral("Guest"));
+    }
 }
 
 void tst_WifiPage::keyboardMovesDialog_data()

@@ -24,6 +24,7 @@ CardWifi {
 
             Text {
                 id: _connectedWlanText
+                textFormat: Text.PlainText
                 text: ""
                 font.pixelSize: fontSize
                 color: "#86909C"
@@ -55,6 +56,7 @@ CardWifi {
 
             Text {
                 id: _nearwlantxt
+                textFormat: Text.PlainText
                 text: ""
                 font.pixelSize: fontSize
                 color: "#86909C"
