@@ -19,11 +19,6 @@ namespace {
 constexpr int MinLevel = 1;
 constexpr int MaxLevel = 32;
 
-[[maybe_unused]] const bool s_registered =
-    AppRootItem::setCardTypeRegistrar(AppRootItem::Card_Brightness, [] {
-        qmlRegisterType<CardBrightness>("QQuickSystemSet", 1, 0, "CardBrightness");
-    });
-
 /// The title row's height: fixed steps in portrait, a share of the width in landscape.
 int titleRowHeight()
 {

@@ -14,9 +14,6 @@ namespace QSP {
 
 namespace {
 
-[[maybe_unused]] const bool s_registered = AppRootItem::setCardTypeRegistrar(
-    AppRootItem::Card_Buzzer, [] { qmlRegisterType<CardBuzzer>("QQuickSystemSet", 1, 0, "CardBuzzer"); });
-
 /// The title row's height: fixed steps in portrait, a share of the width in landscape.
 int titleRowHeight()
 {

@@ -9,13 +9,6 @@
 #include <QHostAddress>
 #include <QtQuick/private/qquicktext_p.h>
 
-namespace {
-
-const bool s_registered = QSP::AppRootItem::setCardTypeRegistrar(
-    QSP::AppRootItem::Card_DNS, [] { qmlRegisterType<QSP::CardDNS>("QQuickSystemSet", 1, 0, "CardDNS"); });
-
-} // namespace
-
 namespace QSP {
 
 namespace {

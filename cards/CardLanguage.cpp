@@ -19,12 +19,6 @@ int rowHeightFor(const GlobalInfo &info)
     return int(width * 0.053125);
 }
 
-// The model's type must be known before the card's document names it through the card.
-const bool s_registered = AppRootItem::setCardTypeRegistrar(AppRootItem::Card_Language, [] {
-    qmlRegisterType<LanguageModel>("QQuickSystemSet", 1, 0, "LanguageModel");
-    qmlRegisterType<CardLanguage>("QQuickSystemSet", 1, 0, "CardLanguage");
-});
-
 } // namespace
 
 CardLanguage::CardLanguage(QQuickItem *parent)

@@ -17,13 +17,6 @@
 #include <QtQuick/private/qquickitem_p.h>
 #include <QtQuick/private/qquicktext_p.h>
 
-namespace {
-
-const bool s_registered = QSP::AppRootItem::setCardTypeRegistrar(
-    QSP::AppRootItem::Card_NIC, [] { qmlRegisterType<QSP::CardNIC>("QQuickSystemSet", 1, 0, "CardNIC"); });
-
-} // namespace
-
 namespace QSP {
 
 namespace {

@@ -28,14 +28,6 @@
 
 #include <iterator>
 
-namespace {
-
-const bool s_registered = QSP::AppRootItem::setCardTypeRegistrar(QSP::AppRootItem::Card_Network, [] {
-    qmlRegisterType<QSP::CardNetwork>("QQuickSystemSet", 1, 0, "CardNetwork");
-});
-
-} // namespace
-
 namespace QSP {
 
 namespace {

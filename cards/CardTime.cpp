@@ -18,9 +18,6 @@ namespace QSP {
 
 namespace {
 
-[[maybe_unused]] const bool s_registered = AppRootItem::setCardTypeRegistrar(
-    AppRootItem::Card_Time, [] { qmlRegisterType<CardTime>("QQuickSystemSet", 1, 0, "CardTime"); });
-
 constexpr int TickMs = 1000;
 
 /// The caption row's height: fixed steps in portrait, a share of the width in landscape (not rounded).

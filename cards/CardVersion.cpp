@@ -24,9 +24,6 @@ namespace QSP {
 
 namespace {
 
-const bool s_registered = AppRootItem::setCardTypeRegistrar(
-    AppRootItem::Card_Version, [] { qmlRegisterType<CardVersion>("QQuickSystemSet", 1, 0, "CardVersion"); });
-
 /// The card's unit: a fraction of the width in landscape, fixed steps in portrait.
 int rowHeightFor(const GlobalInfo &info)
 {

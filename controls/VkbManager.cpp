@@ -54,6 +54,8 @@ void VkbManager::showVkb(bool show)
         return;
     }
 
+    if (AppRootItem *root = AppRootItem::instance())
+        connect(root, &AppRootItem::closing, this, &VkbManager::onScreenClosing, Qt::UniqueConnection);
     QQuickPopup *popup = m_vkb->popup();
     if (popup) {
         if (m_popupConnections.isEmpty()) { // a show while shown is already connected

@@ -31,6 +31,8 @@ Q_SIGNALS:
 
 private Q_SLOTS:
     void onVkbVisibleChange();
+    /// The screen is closing: the keyboard goes with it.
+    void onScreenClosing() { showVkb(false); }
 
 private:
     friend class MeyerSingleton<VkbManager>;

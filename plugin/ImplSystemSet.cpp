@@ -1,8 +1,16 @@
-#include "ImplSystemSet.h"
+#include "plugin/ImplSystemSet.h"
 
-#include "AppRootItem.h"
-#include "ComponentCache.h"
-#include "GlobalInfo.h"
+#include "cards/CardCatalogue.h"
+#include "controls/BeepButton.h"
+#include "controls/BeepSwitch.h"
+#include "controls/BrightButton.h"
+#include "controls/CIpInput.h"
+#include "controls/CMacInput.h"
+#include "controls/ComboBox.h"
+#include "controls/Dialog.h"
+#include "shell/AppRootItem.h"
+#include "shell/ComponentCache.h"
+#include "shell/GlobalInfo.h"
 
 #include <QQmlComponent>
 #include <QQmlContext>
@@ -12,13 +20,23 @@ namespace QSP {
 
 namespace {
 
-void registerRootType()
+/// Registers the module's types, once, as a Qt module's registerTypes does: the root item and every control.
+/// Each card registers its own types just before its document is first loaded (see cardCatalogue()).
+void registerTypes()
 {
     static bool registered = false;
-    if (!registered) {
-        registered = true;
-        qmlRegisterType<AppRootItem>("QQuickSystemSet", 1, 0, "AppRootItem");
-    }
+    if (registered)
+        return;
+    registered = true;
+    qmlRegisterType<AppRootItem>("QQuickSystemSet", 1, 0, "AppRootItem");
+    BeepButton::registerType();
+    BeepSwitch::registerType();
+    BrightButton::registerType();
+    CIpInput::registerType();
+    CMacInput::registerType();
+    ComboBox::registerType();
+    Dialog::registerType();
+    AppRootItem::setCardCatalogue(cardCatalogue());
 }
 
 } // namespace
@@ -44,7 +62,7 @@ QQuickItem *ImplSystemSet::init(QQmlEngine *engine, int width, int height, int p
     }
 
     // Compiled again for a new engine (the host may replace its engine after deleting the first).
-    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/main.qml")), &registerRootType);
+    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/main.qml")), &registerTypes);
     QQmlComponent *component = document.component(engine);
     if (!component)
         return nullptr;

@@ -1,16 +1,9 @@
 #include "AppRootItem.h"
 
-#include "BeepButton.h"
-#include "BeepSwitch.h"
-#include "BrightButton.h"
-#include "CIpInput.h"
-#include "ComboBox.h"
 #include "ComponentCache.h"
-#include "Dialog.h"
 #include "GlobalInfo.h"
 #include "MeyerSingleton.h"
 #include "SystemSet.h"
-#include "VkbManager.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -27,6 +20,7 @@
 #include <QtQuick/private/qquickitem_p.h>
 #include <QtQuick/private/qquickpositioners_p.h>
 #include <QtQuick/private/qquicktext_p.h>
+#include <QtQuickTemplates2/private/qquickabstractbutton_p.h>
 #include <QtQuickTemplates2/private/qquickpopup_p.h>
 
 #include <algorithm>
@@ -48,14 +42,7 @@ const char *const g_buttonsInfo[7][2] = {
     {"", ""},
 };
 
-/// The QML document of each card.
-const char *const g_cardFiles[9] = {
-    "qrc:/setting/card/Brightness.qml", "qrc:/setting/card/DateTime.qml", "qrc:/setting/card/Buzzer.qml",
-    "qrc:/setting/card/Network.qml",    "qrc:/setting/card/NIC.qml",      "qrc:/setting/card/DNS.qml",
-    "qrc:/setting/card/Version.qml",    "qrc:/setting/card/Language.qml", "qrc:/setting/card/Wifi.qml",
-};
-
-constexpr int NicVpn = HMI::SystemSet::NIC_VPN;
+std::array<AppRootItem::CardEntry, 9> g_catalogue{};
 
 template<typename T>
 T *part(const QObject *object, const char *name)
@@ -86,62 +73,6 @@ QString translated(const char *source)
     return QCoreApplication::translate("QSP::AppRootItem", source);
 }
 
-/// The network card's selected adapter, or 0 when that card is not there.
-int currentNicOf(QQuickItem *networkCard)
-{
-    return networkCard ? networkCard->property("currentNIC").toInt() : 0;
-}
-
-std::array<void (*)(), 9> g_cardRegistrars{};
-
-/// Registers the QML types that a card's document uses, just before it is loaded.
-void registerCardTypes(AppRootItem::Cards card)
-{
-    switch (card) {
-    case AppRootItem::Card_Brightness:
-        BrightButton::registerType();
-        break;
-    case AppRootItem::Card_Buzzer:
-        BeepSwitch::registerType();
-        break;
-    case AppRootItem::Card_Network:
-        BeepSwitch::registerType();
-        CIpInput::registerType();
-        break;
-    case AppRootItem::Card_NIC:
-        ComboBox::registerType();
-        Dialog::registerType();
-        break;
-    case AppRootItem::Card_DNS:
-        CIpInput::registerType();
-        break;
-    case AppRootItem::Card_Wifi:
-        Dialog::registerType();
-        break;
-    default:
-        break;
-    }
-    if (g_cardRegistrars[card])
-        g_cardRegistrars[card]();
-}
-
-/// Connects @p sender's signal named @p signal (whatever its arguments) to @p receiver's @p slot.
-bool connectByName(QObject *sender, const char *signal, QObject *receiver, const char *slot)
-{
-    if (!sender || !receiver)
-        return false;
-    const QMetaObject *meta = sender->metaObject();
-    for (int i = 0; i < meta->methodCount(); ++i) {
-        const QMetaMethod method = meta->method(i);
-        if (method.methodType() == QMetaMethod::Signal && method.name() == signal) {
-            const int slotIndex = receiver->metaObject()->indexOfMethod(slot);
-            return slotIndex >= 0 &&
-                   QObject::connect(sender, method, receiver, receiver->metaObject()->method(slotIndex));
-        }
-    }
-    return false;
-}
-
 } // namespace
 
 QString getMenuTitleRuntime(AppRootItem::MenuIndex page)
@@ -161,7 +92,6 @@ AppRootItem::AppRootItem(QQuickItem *parent)
     : QQuickRectangle(parent)
 {
     g_root = this;
-    BeepButton::registerType();
     setColor(QColor(244, 245, 245));
     connect(this, &AppRootItem::currentPageChanged, this, &AppRootItem::changePage);
     connect(this, &QQuickItem::visibleChanged, this, [this] {
@@ -205,10 +135,9 @@ AppRootItem *AppRootItem::instance()
     return g_root;
 }
 
-bool AppRootItem::setCardTypeRegistrar(Cards card, void (*registrar)())
+void AppRootItem::setCardCatalogue(const std::array<CardEntry, 9> &catalogue)
 {
-    g_cardRegistrars[card] = registrar;
-    return true;
+    g_catalogue = catalogue;
 }
 
 void AppRootItem::init(QQmlEngine *engine)
@@ -304,15 +233,11 @@ void AppRootItem::showCard(MenuIndex page, bool show)
         showCard(Card_Time, show);
         showCard(Card_Buzzer, show);
         break;
-    case MI_Network: {
+    case MI_Network:
         showCard(Card_Network, show);
-        const bool adapterCards = show && currentNicOf(m_cards[Card_Network]) != NicVpn;
-        showCard(Card_NIC, adapterCards);
-        showCard(Card_DNS, adapterCards);
-        if (show && m_cards[Card_Network])
-            QMetaObject::invokeMethod(m_cards[Card_Network], "updateWifiTimer");
+        showCard(Card_NIC, show && m_adapterCardsShown);
+        showCard(Card_DNS, show && m_adapterCardsShown);
         break;
-    }
     case MI_Language:
         showCard(Card_Language, show);
         break;
@@ -333,49 +258,23 @@ void AppRootItem::showCard(Cards card, bool show)
         if (!show)
             return; // nothing to hide: cards are made when first shown
         addCard(card);
-        wireCard(card);
+        if (m_cards[card] && g_catalogue[card].wire)
+            g_catalogue[card].wire(this, m_cards[card]);
     }
-    if (m_cards[card])
-        m_cards[card]->setVisible(show);
+    if (!m_cards[card])
+        return;
+    m_cards[card]->setVisible(show);
+    if (show && g_catalogue[card].shown)
+        g_catalogue[card].shown(m_cards[card]);
 }
 
-void AppRootItem::wireCard(Cards card)
+void AppRootItem::setAdapterCardsShown(bool shown)
 {
-    QQuickItem *item = m_cards[card];
-    if (card == Card_Network) {
-        connectByName(item, "switchToWifiCard", this, "showWifiPage()");
-        connectByName(item, "currentNICChanged", this, "followNetworkAdapter()");
-    } else if (card == Card_Wifi && item) {
-        connectByName(item, "wifiReset", m_cards[Card_Network], "wifiReset()");
-        QQuickItem *back = nullptr;
-        QMetaObject::invokeMethod(item, "returnButton", Q_RETURN_ARG(QQuickItem *, back));
-        if (back && m_returnButton) {
-            back->setParentItem(m_returnButton);
-            anchorsOf(back)->setFill(m_returnButton);
-            back->setVisible(item->isVisible());
-            connect(item, &QQuickItem::visibleChanged, back,
-                    [back, item] { back->setVisible(item->isVisible()); });
-        }
-        if (auto *button = qobject_cast<QQuickAbstractButton *>(back))
-            connect(button, &QQuickAbstractButton::clicked, this, &AppRootItem::showNetworkPage);
+    m_adapterCardsShown = shown;
+    if (m_currentPage == MI_Network) {
+        showCard(Card_NIC, shown);
+        showCard(Card_DNS, shown);
     }
-}
-
-void AppRootItem::showWifiPage()
-{
-    setCurrentPage(MI_Wifi);
-}
-
-void AppRootItem::showNetworkPage()
-{
-    setCurrentPage(MI_Network);
-}
-
-void AppRootItem::followNetworkAdapter()
-{
-    const bool adapterCards = currentNicOf(m_cards[Card_Network]) != NicVpn;
-    showCard(Card_NIC, adapterCards);
-    showCard(Card_DNS, adapterCards);
 }
 
 template<AppRootItem::Cards N>
@@ -399,10 +298,12 @@ void AppRootItem::addCard(Cards card)
     // A card whose document failed is not tried again: one warning, and the page simply lacks it.
     static std::array<bool, 9> failed{};
     QQmlEngine *engine = GlobalInfo::instance().qmlEngine();
-    if (m_cards[card] || failed[card] || !engine)
+    const CardEntry &entry = g_catalogue[card];
+    if (m_cards[card] || failed[card] || !engine || !entry.document)
         return;
-    registerCardTypes(card);
-    QQmlComponent component(engine, QUrl(QString::fromLatin1(g_cardFiles[card])));
+    if (entry.registerTypes)
+        entry.registerTypes();
+    QQmlComponent component(engine, QUrl(QString::fromLatin1(entry.document)));
     if (!component.isReady()) {
         qWarning("%s", qPrintable(component.errorString()));
         failed[card] = true;
@@ -438,7 +339,7 @@ void AppRootItem::addMenuButton()
 {
     static_assert(N <= MI_Exit, "only pages with a menu button");
     QQuickItem *parent = N == MI_Reboot || N == MI_Exit ? m_bottomContainer : m_menuColumn;
-    auto *button = qobject_cast<BeepButton *>(createMenuButton(parent));
+    auto *button = qobject_cast<QQuickAbstractButton *>(createMenuButton(parent));
     if (!button)
         return;
     m_menuButtons[N] = button;
@@ -525,7 +426,7 @@ void AppRootItem::highlightMenuButton(MenuIndex page, bool on)
     if (page < MI_General || page > MI_Wifi)
         return;
     const int slot = page == MI_Wifi ? MI_Network : page;
-    BeepButton *button = m_menuButtons[slot];
+    QQuickAbstractButton *button = m_menuButtons[slot];
     auto *background = button ? qobject_cast<QQuickRectangle *>(button->background()) : nullptr;
     if (!background)
         return;
@@ -642,16 +543,13 @@ void AppRootItem::addReturnButton()
 {
     if (!m_titleBar)
         return;
-    m_returnButton = new BeepButton(m_titleBar);
-    m_returnButton->setObjectName(QStringLiteral("returnButton"));
+    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/flatui/ReturnButton.qml")));
+    m_returnButton = qobject_cast<QQuickAbstractButton *>(document.createItem(
+        GlobalInfo::instance().qmlEngine(), m_titleBar, QQuickAbstractButton::staticMetaObject));
+    if (!m_returnButton)
+        return;
     const qreal side = m_titleBar->height();
     m_returnButton->setSize(QSizeF(side, side));
-    auto *arrow = new QQuickImage(m_returnButton);
-    arrow->setSourceSize(QSize(64, 64));
-    arrow->setSource(QUrl(QStringLiteral("qrc:/setting/icons/leftArrow0@2x.png")));
-    arrow->setFillMode(QQuickImage::PreserveAspectFit);
-    arrow->setSize(QSizeF(side / 2, side / 2));
-    anchorsOf(arrow)->setCenterIn(m_returnButton);
     connect(m_returnButton, &QQuickAbstractButton::clicked, this, &AppRootItem::showMenu);
 }
 
@@ -691,7 +589,7 @@ void AppRootItem::endInteraction()
         if (popup->isVisible())
             popup->close();
     }
-    VkbManager::instance().showVkb(false);
+    Q_EMIT closing();
     // Nothing of the hidden screen keeps the focus, so that keys typed afterwards reach none of its items.
     for (int scope = 0; window && scope < 16; ++scope) {
         QQuickItem *focused = window->activeFocusItem();

@@ -11,11 +11,10 @@ class QQmlEngine;
 class QQuickBasePositioner;
 class QQuickFlickable;
 class QQuickText;
+class QQuickAbstractButton;
 class QQuickWindow;
 
 namespace QSP {
-
-class BeepButton;
 
 /// Root of the settings screen: the title bar, the left menu with its page buttons and the bottom button
 /// (Reboot, or Exit under the panel's runtime), and the scrollable column that shows the current page's
@@ -55,9 +54,19 @@ public:
 
     /// The most recently made root item, or null.
     static AppRootItem *instance();
-    /// Records how to register a card's own QML types (the card class, and types only it uses); each card
-    /// class hands its registrar over at load time, and it runs just before the card's document is loaded.
-    static bool setCardTypeRegistrar(Cards card, void (*registrar)());
+    /// What the root item knows of a card, handed over by the cards when the plug-in starts.
+    struct CardEntry
+    {
+        const char *document = nullptr;    ///< the QML document that makes the card
+        void (*registerTypes)() = nullptr; ///< registers the card's own QML types, before its first loading
+        /// Connects a card just made to the root item and to the cards made before it.
+        void (*wire)(AppRootItem *root, QQuickItem *card) = nullptr;
+        void (*shown)(QQuickItem *card) = nullptr; ///< runs each time the card's page is shown
+    };
+    /// The card catalogue, in the order of Cards; the root item keeps a copy.
+    static void setCardCatalogue(const std::array<CardEntry, 9> &catalogue);
+    /// TRANSITIONAL: registration moved into the card catalogue; kept until every card has left it.
+    static bool setCardTypeRegistrar(Cards, void (*)()) { return true; }
 
     /// Finds the parts of main.qml by their property names, lays out title and menu, and makes the first
     /// page's cards unless the menu fills the screen.
@@ -81,6 +90,10 @@ public:
     QQuickItem *getCardItem(Cards card) const;
     /// The column that holds the cards.
     QQuickItem *getCardContainer() const { return m_cardsParent; }
+    /// The title bar's return button, which a page may take over.
+    QQuickAbstractButton *returnButton() const { return m_returnButton; }
+    /// Shows or hides the adapter and DNS cards of the Network page (hidden while the VPN is selected).
+    void setAdapterCardsShown(bool shown);
 
     void showCard(MenuIndex page, bool show);
     void showCard(Cards card, bool show);
@@ -100,6 +113,8 @@ public:
 Q_SIGNALS:
     void currentPageChanged(QSP::AppRootItem::MenuIndex newPage, QSP::AppRootItem::MenuIndex oldPage);
     void opened();
+    /// close() has begun: whatever belongs to the screen outside its items (the keyboard) ends now.
+    void closing();
 
 public Q_SLOTS:
     /// Leaves the screen: ends every edit without writing it, closes popups and the keyboard, then goes back
@@ -111,9 +126,6 @@ private Q_SLOTS:
     void showMenu();
     void hideMenu();
     void onWindowAvailable(QQuickWindow *window);
-    void showWifiPage();
-    void showNetworkPage();
-    void followNetworkAdapter();
 
 private:
     /// Whether @p item belongs to the screen: the root, an item below it, or an item of one of its popups.
@@ -122,7 +134,6 @@ private:
     /// close, and the screen's items give up the focus.
     void endInteraction();
     void addCard(Cards card);
-    void wireCard(Cards card);
     void layoutTitleText();
     void layoutMenuWidth();
     qreal menuButtonMargin() const;
@@ -130,15 +141,16 @@ private:
     QQuickItem *m_titleBar = nullptr;
     QQuickText *m_titleText = nullptr;
     QQuickText *m_settingsText = nullptr;
-    BeepButton *m_returnButton = nullptr;
+    QQuickAbstractButton *m_returnButton = nullptr;
     QQuickItem *m_bottomContainer = nullptr;
     QQuickFlickable *m_cardPool = nullptr;
     QQuickRectangle *m_menuBar = nullptr;
     QQuickBasePositioner *m_menuColumn = nullptr;
-    std::array<BeepButton *, 6> m_menuButtons{};
+    std::array<QQuickAbstractButton *, 6> m_menuButtons{};
     MenuIndex m_currentPage = MI_None;
     QQuickItem *m_cardsParent = nullptr;
     std::array<QQuickItem *, 9> m_cards{};
+    bool m_adapterCardsShown = true;
     QMetaObject::Connection m_windowConnection;
     QPointer<QQmlEngine> m_engine;
 };

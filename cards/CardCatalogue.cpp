@@ -1,0 +1,98 @@
+#include "cards/CardCatalogue.h"
+
+#include "cards/CardBrightness.h"
+#include "cards/CardBuzzer.h"
+#include "cards/CardDNS.h"
+#include "cards/CardLanguage.h"
+#include "cards/CardNIC.h"
+#include "cards/CardNetwork.h"
+#include "cards/CardTime.h"
+#include "cards/CardVersion.h"
+#include "cards/CardWifi.h"
+#include "cards/LanguageModel.h"
+
+#include <QQmlEngine>
+#include <QtQuick/private/qquickanchors_p.h>
+#include <QtQuick/private/qquickitem_p.h>
+#include <QtQuickTemplates2/private/qquickabstractbutton_p.h>
+
+namespace QSP {
+
+namespace {
+
+constexpr char Module[] = "QQuickSystemSet";
+
+template<typename Card>
+void registerCard(const char *name)
+{
+    qmlRegisterType<Card>(Module, 1, 0, name);
+}
+
+void wireNetwork(AppRootItem *root, QQuickItem *item)
+{
+    auto *network = qobject_cast<CardNetwork *>(item);
+    if (!network)
+        return;
+    QObject::connect(network, &CardNetwork::switchToWifiCard, root,
+                     [root] { root->setCurrentPage(AppRootItem::MI_Wifi); });
+    // The adapter and DNS cards stand beside every adapter but the VPN.
+    const auto follow = [root, network] {
+        root->setAdapterCardsShown(network->currentNIC() != HMI::SystemSet::NIC_VPN);
+    };
+    QObject::connect(network, &CardNetwork::currentNICChanged, root, follow);
+    follow();
+}
+
+void wireWifi(AppRootItem *root, QQuickItem *item)
+{
+    auto *wifi = qobject_cast<CardWifi *>(item);
+    if (!wifi)
+        return;
+    if (auto *network = qobject_cast<CardNetwork *>(root->getCardItem(AppRootItem::Card_Network)))
+        QObject::connect(wifi, &CardWifi::wifiReset, network, &CardNetwork::wifiReset);
+    // The page's own return button lies over the title bar's, shown with the card, and leads back to the
+    // Network page.
+    QQuickItem *back = wifi->returnButton();
+    QQuickAbstractButton *place = root->returnButton();
+    if (!back || !place)
+        return;
+    back->setParentItem(place);
+    QQuickItemPrivate::get(back)->anchors()->setFill(place);
+    back->setVisible(wifi->isVisible());
+    QObject::connect(wifi, &QQuickItem::visibleChanged, back,
+                     [back, wifi] { back->setVisible(wifi->isVisible()); });
+    if (auto *button = qobject_cast<QQuickAbstractButton *>(back))
+        QObject::connect(button, &QQuickAbstractButton::clicked, root,
+                         [root] { root->setCurrentPage(AppRootItem::MI_Network); });
+}
+
+void networkShown(QQuickItem *item)
+{
+    if (auto *network = qobject_cast<CardNetwork *>(item))
+        network->updateWifiTimer();
+}
+
+} // namespace
+
+const std::array<AppRootItem::CardEntry, 9> &cardCatalogue()
+{
+    static const std::array<AppRootItem::CardEntry, 9> catalogue{{
+        {"qrc:/setting/card/Brightness.qml", [] { registerCard<CardBrightness>("CardBrightness"); }},
+        {"qrc:/setting/card/DateTime.qml", [] { registerCard<CardTime>("CardTime"); }},
+        {"qrc:/setting/card/Buzzer.qml", [] { registerCard<CardBuzzer>("CardBuzzer"); }},
+        {"qrc:/setting/card/Network.qml", [] { registerCard<CardNetwork>("CardNetwork"); }, &wireNetwork,
+         &networkShown},
+        {"qrc:/setting/card/NIC.qml", [] { registerCard<CardNIC>("CardNIC"); }},
+        {"qrc:/setting/card/DNS.qml", [] { registerCard<CardDNS>("CardDNS"); }},
+        {"qrc:/setting/card/Version.qml", [] { registerCard<CardVersion>("CardVersion"); }},
+        {"qrc:/setting/card/Language.qml",
+         [] {
+             registerCard<LanguageModel>("LanguageModel");
+             registerCard<CardLanguage>("CardLanguage");
+         }},
+        {"qrc:/setting/card/Wifi.qml", [] { registerCard<CardWifi>("CardWifi"); }, &wireWifi},
+    }};
+    return catalogue;
+}
+
+} // namespace QSP
