@@ -1,10 +1,10 @@
-#include "CardBrightness.h"
+#include "cards/CardBrightness.h"
 
-#include "AppRootItem.h"
-#include "BeepButton.h"
-#include "GlobalInfo.h"
-#include "MeyerSingleton.h"
-#include "SystemSet.h"
+#include "controls/BeepButton.h"
+#include "shell/AppRootItem.h"
+#include "shell/GlobalInfo.h"
+#include "systemset/MeyerSingleton.h"
+#include "systemset/SystemSet.h"
 
 #include <QCoreApplication>
 #include <QQmlEngine>

@@ -50,9 +50,12 @@ void wireWifi(AppRootItem *root, QQuickItem *item)
         return;
     if (auto *network = qobject_cast<CardNetwork *>(root->getCardItem(AppRootItem::Card_Network)))
         QObject::connect(wifi, &CardWifi::wifiReset, network, &CardNetwork::wifiReset);
-    // The page's own return button lies over the title bar's, shown with the card, and leads back to the
-    // Network page.
+    // The page's own return button leads back to the Network page; where the title bar has a return button
+    // of its own, it lies over that one and shows with the card.
     QQuickItem *back = wifi->returnButton();
+    if (auto *button = qobject_cast<QQuickAbstractButton *>(back))
+        QObject::connect(button, &QQuickAbstractButton::clicked, root,
+                         [root] { root->setCurrentPage(AppRootItem::MI_Network); });
     QQuickAbstractButton *place = root->returnButton();
     if (!back || !place)
         return;
@@ -61,9 +64,6 @@ void wireWifi(AppRootItem *root, QQuickItem *item)
     back->setVisible(wifi->isVisible());
     QObject::connect(wifi, &QQuickItem::visibleChanged, back,
                      [back, wifi] { back->setVisible(wifi->isVisible()); });
-    if (auto *button = qobject_cast<QQuickAbstractButton *>(back))
-        QObject::connect(button, &QQuickAbstractButton::clicked, root,
-                         [root] { root->setCurrentPage(AppRootItem::MI_Network); });
 }
 
 void networkShown(QQuickItem *item)

@@ -1,10 +1,10 @@
-#include "CardDNS.h"
+#include "cards/CardDNS.h"
 
-#include "AppRootItem.h"
-#include "CIpInput.h"
-#include "CardHelpers.h"
-#include "CardNetwork.h"
-#include "MeyerSingleton.h"
+#include "cards/CardHelpers.h"
+#include "cards/CardNetwork.h"
+#include "controls/CIpInput.h"
+#include "shell/AppRootItem.h"
+#include "systemset/MeyerSingleton.h"
 
 #include <QHostAddress>
 #include <QtQuick/private/qquicktext_p.h>

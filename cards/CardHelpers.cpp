@@ -1,6 +1,6 @@
-#include "CardHelpers.h"
+#include "cards/CardHelpers.h"
 
-#include "GlobalInfo.h"
+#include "shell/GlobalInfo.h"
 
 #include <QCoreApplication>
 

@@ -1,8 +1,8 @@
-#include "CardLanguage.h"
+#include "cards/CardLanguage.h"
 
-#include "AppRootItem.h"
-#include "GlobalInfo.h"
-#include "LanguageModel.h"
+#include "cards/LanguageModel.h"
+#include "shell/AppRootItem.h"
+#include "shell/GlobalInfo.h"
 
 #include <QtQml/qqml.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BaseCard.h"
+#include "shell/BaseCard.h"
 
 namespace QSP {
 

@@ -1,15 +1,15 @@
-#include "CardNIC.h"
+#include "cards/CardNIC.h"
 
-#include "AppRootItem.h"
-#include "BeepButton.h"
-#include "CardHelpers.h"
-#include "CardNetwork.h"
-#include "ComboBox.h"
-#include "Dialog.h"
-#include "GlobalInfo.h"
-#include "MeyerSingleton.h"
-#include "OnGuiThread.h"
-#include "Palette.h"
+#include "cards/CardHelpers.h"
+#include "cards/CardNetwork.h"
+#include "controls/BeepButton.h"
+#include "controls/ComboBox.h"
+#include "controls/Dialog.h"
+#include "shell/AppRootItem.h"
+#include "shell/GlobalInfo.h"
+#include "shell/OnGuiThread.h"
+#include "shell/Palette.h"
+#include "systemset/MeyerSingleton.h"
 
 #include <QCoreApplication>
 #include <QTimer>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "BaseCard.h"
-#include "SystemSet.h"
+#include "shell/BaseCard.h"
+#include "systemset/SystemSet.h"
 
 #include <QHash>
 #include <QList>

@@ -1,10 +1,10 @@
-#include "CardTime.h"
+#include "cards/CardTime.h"
 
-#include "AppRootItem.h"
-#include "GlobalInfo.h"
-#include "MeyerSingleton.h"
-#include "SystemSet.h"
-#include "TimeEditPopup.h"
+#include "controls/TimeEditPopup.h"
+#include "shell/AppRootItem.h"
+#include "shell/GlobalInfo.h"
+#include "systemset/MeyerSingleton.h"
+#include "systemset/SystemSet.h"
 
 #include <QCoreApplication>
 #include <QQmlEngine>

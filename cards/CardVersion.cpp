@@ -1,9 +1,9 @@
-#include "CardVersion.h"
+#include "cards/CardVersion.h"
 
-#include "AppRootItem.h"
-#include "GlobalInfo.h"
-#include "MeyerSingleton.h"
-#include "SystemSet.h"
+#include "shell/AppRootItem.h"
+#include "shell/GlobalInfo.h"
+#include "systemset/MeyerSingleton.h"
+#include "systemset/SystemSet.h"
 
 #include <QCoreApplication>
 #include <QDir>

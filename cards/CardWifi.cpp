@@ -1,15 +1,15 @@
-#include "CardWifi.h"
+#include "cards/CardWifi.h"
 
-#include "AppRootItem.h"
-#include "BaseCard.h"
-#include "BeepButton.h"
-#include "Dialog.h"
-#include "GlobalInfo.h"
-#include "KeyPressFilter.h"
-#include "MeyerSingleton.h"
-#include "OnGuiThread.h"
-#include "Palette.h"
-#include "VkbManager.h"
+#include "controls/BeepButton.h"
+#include "controls/Dialog.h"
+#include "controls/VkbManager.h"
+#include "shell/AppRootItem.h"
+#include "shell/BaseCard.h"
+#include "shell/GlobalInfo.h"
+#include "shell/KeyPressFilter.h"
+#include "shell/OnGuiThread.h"
+#include "shell/Palette.h"
+#include "systemset/MeyerSingleton.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -33,9 +33,6 @@ namespace QSP {
 namespace {
 
 using SsidInfo = HMI::SystemSet::SsidInfo;
-
-const bool s_registered = AppRootItem::setCardTypeRegistrar(
-    AppRootItem::Card_Wifi, [] { qmlRegisterType<CardWifi>("QQuickSystemSet", 1, 0, "CardWifi"); });
 
 const QColor ACCENT_BLUE(Palette::Accent);
 const QColor FOCUS_BLUE(Palette::Focus);

@@ -1,6 +1,6 @@
-#include "LanguageModel.h"
+#include "cards/LanguageModel.h"
 
-#include "GlobalInfo.h"
+#include "shell/GlobalInfo.h"
 
 namespace QSP {
 

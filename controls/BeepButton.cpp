@@ -1,8 +1,8 @@
-#include "BeepButton.h"
+#include "controls/BeepButton.h"
 
-#include "MeyerSingleton.h"
-#include "SystemSet.h"
-#include "VkbManager.h"
+#include "controls/VkbManager.h"
+#include "systemset/MeyerSingleton.h"
+#include "systemset/SystemSet.h"
 
 #include <QQmlEngine>
 #include <QtQuickTemplates2/private/qquickabstractbutton_p_p.h>

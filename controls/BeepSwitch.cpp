@@ -1,6 +1,6 @@
-#include "BeepSwitch.h"
+#include "controls/BeepSwitch.h"
 
-#include "Palette.h"
+#include "shell/Palette.h"
 #include <QQmlEngine>
 #include <QtQuick/private/qquickanchors_p.h>
 #include <QtQuick/private/qquickitem_p.h>

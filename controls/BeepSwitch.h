@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BeepButton.h"
+#include "controls/BeepButton.h"
 
 class QQuickRectangle;
 

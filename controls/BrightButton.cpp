@@ -1,4 +1,4 @@
-#include "BrightButton.h"
+#include "controls/BrightButton.h"
 
 #include <QQmlEngine>
 

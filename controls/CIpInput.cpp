@@ -1,8 +1,8 @@
-#include "CIpInput.h"
+#include "controls/CIpInput.h"
 
-#include "BeepButton.h"
-#include "ComponentCache.h"
-#include "VkbManager.h"
+#include "controls/BeepButton.h"
+#include "controls/VkbManager.h"
+#include "shell/ComponentCache.h"
 
 #include <QClipboard>
 #include <QColor>

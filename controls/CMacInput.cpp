@@ -1,8 +1,8 @@
-#include "CMacInput.h"
+#include "controls/CMacInput.h"
 
-#include "BeepButton.h"
-#include "ComponentCache.h"
-#include "VkbManager.h"
+#include "controls/BeepButton.h"
+#include "controls/VkbManager.h"
+#include "shell/ComponentCache.h"
 
 #include <QColor>
 #include <QQmlEngine>

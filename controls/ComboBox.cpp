@@ -1,9 +1,9 @@
-#include "ComboBox.h"
+#include "controls/ComboBox.h"
 
-#include "AppRootItem.h"
-#include "BeepButton.h"
-#include "ComponentCache.h"
-#include "GlobalInfo.h"
+#include "controls/BeepButton.h"
+#include "shell/AppRootItem.h"
+#include "shell/ComponentCache.h"
+#include "shell/GlobalInfo.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>

@@ -1,9 +1,9 @@
-#include "Dialog.h"
+#include "controls/Dialog.h"
 
-#include "AppRootItem.h"
-#include "BeepButton.h"
-#include "GlobalInfo.h"
-#include "Palette.h"
+#include "controls/BeepButton.h"
+#include "shell/AppRootItem.h"
+#include "shell/GlobalInfo.h"
+#include "shell/Palette.h"
 
 #include <QGuiApplication>
 #include <QQmlEngine>

@@ -1,11 +1,11 @@
-#include "TimeEditPopup.h"
+#include "controls/TimeEditPopup.h"
 
-#include "AppRootItem.h"
-#include "BeepButton.h"
-#include "GlobalInfo.h"
-#include "Palette.h"
-#include "TimeKeyPressFilter.h"
-#include "VkbManager.h"
+#include "controls/BeepButton.h"
+#include "controls/TimeKeyPressFilter.h"
+#include "controls/VkbManager.h"
+#include "shell/AppRootItem.h"
+#include "shell/GlobalInfo.h"
+#include "shell/Palette.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>

@@ -1,7 +1,7 @@
-#include "TimeKeyPressFilter.h"
+#include "controls/TimeKeyPressFilter.h"
 
-#include "TimeEditPopup.h"
-#include "VkbManager.h"
+#include "controls/TimeEditPopup.h"
+#include "controls/VkbManager.h"
 
 #include <QKeyEvent>
 #include <QtQuick/private/qquicktextinput_p.h>

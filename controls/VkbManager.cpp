@@ -1,8 +1,8 @@
-#include "VkbManager.h"
+#include "controls/VkbManager.h"
 
-#include "AppRootItem.h"
-#include "GlobalInfo.h"
-#include "QVkbPluginLoader.h"
+#include "shell/AppRootItem.h"
+#include "shell/GlobalInfo.h"
+#include "vkbloader/QVkbPluginLoader.h"
 
 #include <QGuiApplication>
 #include <QQuickItem>

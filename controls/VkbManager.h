@@ -1,7 +1,7 @@
 #pragma once
 
-#include "MeyerSingleton.h"
-#include "VkbInterface.h"
+#include "systemset/MeyerSingleton.h"
+#include "vkbloader/VkbInterface.h"
 
 #include <QList>
 #include <QMetaObject>

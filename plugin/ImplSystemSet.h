@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ISystemSet.h"
+#include "plugin/ISystemSet.h"
 
 #include <QPointer>
 

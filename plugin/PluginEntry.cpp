@@ -1,7 +1,7 @@
 // The library's three exported entry points.
 
-#include "ISystemSet.h"
-#include "ImplSystemSet.h"
+#include "plugin/ISystemSet.h"
+#include "plugin/ImplSystemSet.h"
 
 namespace {
 Plexa::PluginRegistry *g_pr = nullptr;

@@ -1,9 +1,9 @@
-#include "AppRootItem.h"
+#include "shell/AppRootItem.h"
 
-#include "ComponentCache.h"
-#include "GlobalInfo.h"
-#include "MeyerSingleton.h"
-#include "SystemSet.h"
+#include "shell/ComponentCache.h"
+#include "shell/GlobalInfo.h"
+#include "systemset/MeyerSingleton.h"
+#include "systemset/SystemSet.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>

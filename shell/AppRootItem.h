@@ -65,8 +65,6 @@ public:
     };
     /// The card catalogue, in the order of Cards; the root item keeps a copy.
     static void setCardCatalogue(const std::array<CardEntry, 9> &catalogue);
-    /// TRANSITIONAL: registration moved into the card catalogue; kept until every card has left it.
-    static bool setCardTypeRegistrar(Cards, void (*)()) { return true; }
 
     /// Finds the parts of main.qml by their property names, lays out title and menu, and makes the first
     /// page's cards unless the menu fills the screen.

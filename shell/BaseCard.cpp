@@ -1,4 +1,4 @@
-#include "BaseCard.h"
+#include "shell/BaseCard.h"
 
 namespace QSP {
 

@@ -1,4 +1,4 @@
-#include "ComponentCache.h"
+#include "shell/ComponentCache.h"
 
 #include <QDebug>
 #include <QMetaObject>

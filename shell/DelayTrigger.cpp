@@ -1,4 +1,4 @@
-#include "DelayTrigger.h"
+#include "shell/DelayTrigger.h"
 
 DelayTrigger::DelayTrigger(int delay, QObject *parent)
     : QTimer(parent)

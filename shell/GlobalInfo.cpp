@@ -1,6 +1,6 @@
-#include "GlobalInfo.h"
+#include "shell/GlobalInfo.h"
 
-#include "SystemSet.h"
+#include "systemset/SystemSet.h"
 
 #include <QCoreApplication>
 #include <QQmlEngine>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MeyerSingleton.h"
+#include "systemset/MeyerSingleton.h"
 
 #include <QLocale>
 #include <QObject>

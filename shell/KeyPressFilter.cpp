@@ -1,4 +1,4 @@
-#include "KeyPressFilter.h"
+#include "shell/KeyPressFilter.h"
 
 #include <QKeyEvent>
 #include <QQuickItem>

@@ -1,4 +1,4 @@
-#include "QmlProperty.h"
+#include "shell/QmlProperty.h"
 
 QmlProperty::QmlProperty(QObject *parent)
     : QObject(parent)

@@ -1,4 +1,4 @@
-#include "CallbackWorker.h"
+#include "systemset/CallbackWorker.h"
 
 #include <algorithm>
 #include <limits>

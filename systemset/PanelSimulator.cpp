@@ -1,8 +1,8 @@
-#include "PanelSimulator.h"
+#include "systemset/PanelSimulator.h"
 
-#include "SystemSetPrivate.h"
+#include "systemset/SystemSetPrivate.h"
 
-#include "MeyerSingleton.h"
+#include "systemset/MeyerSingleton.h"
 
 #include <QByteArray>
 #include <QString>

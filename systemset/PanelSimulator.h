@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SystemSet.h"
+#include "systemset/SystemSet.h"
 
 #include <functional>
 #include <string>

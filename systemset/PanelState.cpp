@@ -1,4 +1,4 @@
-#include "PanelState.h"
+#include "systemset/PanelState.h"
 
 #include <QByteArray>
 #include <QJsonArray>

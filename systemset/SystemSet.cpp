@@ -1,6 +1,6 @@
-#include "SystemSet.h"
+#include "systemset/SystemSet.h"
 
-#include "SystemSetPrivate.h"
+#include "systemset/SystemSetPrivate.h"
 
 #include <QByteArray>
 #include <QCryptographicHash>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "CallbackWorker.h"
-#include "PanelState.h"
-#include "SystemSet.h"
+#include "systemset/CallbackWorker.h"
+#include "systemset/PanelState.h"
+#include "systemset/SystemSet.h"
 
 #include <QByteArray>
 #include <QString>
