@@ -1,6 +1,7 @@
 #include "cards/CardNetwork.h"
 
 #include "cards/CardDNS.h"
+#include "cards/SsidText.h"
 #include "controls/BeepButton.h"
 #include "controls/BeepSwitch.h"
 #include "controls/CIpInput.h"
@@ -111,9 +112,7 @@ QString connectedSsid()
 {
     if (!Panel::instance().isWifiConnected())
         return QString();
-    HMI::SSID ssid = Panel::instance().currentWifiSsid();
-    ssid.back() = 0;
-    return QString::fromUtf8(ssid.data(), int(qstrnlen(ssid.data(), ssid.size())));
+    return ssidText(Panel::instance().currentWifiSsid());
 }
 
 QQuickAnchors *anchorsOf(QQuickItem *item)

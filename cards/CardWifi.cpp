@@ -1,5 +1,6 @@
 #include "cards/CardWifi.h"
 
+#include "cards/SsidText.h"
 #include "controls/BeepButton.h"
 #include "controls/Dialog.h"
 #include "controls/VkbManager.h"
@@ -16,7 +17,6 @@
 #include <QMetaMethod>
 #include <QQmlContext>
 #include <QQmlEngine>
-#include <QTextCodec>
 #include <QtQuick/private/qquickanchors_p.h>
 #include <QtQuick/private/qquickimage_p.h>
 #include <QtQuick/private/qquickitem_p.h>
@@ -101,12 +101,6 @@ QUrl signalIcon(int strength)
     if (strength >= 40)
         return QUrl(QStringLiteral("qrc:/setting/icons/2@2x.png"));
     return QUrl(QStringLiteral("qrc:/setting/icons/1@2x.png"));
-}
-
-/// The name bytes up to the first zero, never more than 32.
-QByteArray ssidBytes(const HMI::SSID &ssid)
-{
-    return QByteArray(ssid.data(), int(qstrnlen(ssid.data(), 32)));
 }
 
 HMI::SSID terminated(HMI::SSID ssid)
@@ -603,30 +597,12 @@ QString CardWifi::getSsid()
 
 QString CardWifi::getSsidFromScan(const HMI::SSID &ssid)
 {
-    const QByteArray bytes = ssidBytes(ssid);
-    QTextCodec *utf8 = QTextCodec::codecForName("UTF-8");
-    if (!utf8)
-        return QString::fromUtf8(bytes);
-    QTextCodec::ConverterState state;
-    const QString text = utf8->toUnicode(bytes.constData(), bytes.size(), &state);
-    // A sequence left incomplete at the end is the 32-byte cut in a full-length name (and is dropped); in a
-    // shorter name it is no valid UTF-8 either.
-    const bool cutShort = state.remainingChars > 0 && bytes.size() < 32;
-    if (state.invalidChars > 0 || cutShort) {
-        if (QTextCodec *gb2312 = QTextCodec::codecForName("GB2312")) {
-            const QString gb = gb2312->toUnicode(bytes);
-            if (!gb.isEmpty())
-                return gb;
-        }
-        // GB2312 drops a lone lead byte: a name of nothing else is shown as replacement characters.
-        return QString::fromUtf8(bytes);
-    }
-    return text;
+    return ssidText(ssid);
 }
 
 QString CardWifi::getSsidFromCurWifi(const HMI::SSID &ssid)
 {
-    return QString::fromUtf8(ssidBytes(ssid));
+    return ssidText(ssid);
 }
 
 CardWifi::WIFI_INFO *CardWifi::findWifiBySsid(const HMI::SSID &ssid)

@@ -105,9 +105,9 @@ public:
     static bool isConnected();
     /// The connected network's name, empty when not connected.
     static QString getSsid();
-    /// A scanned name: UTF-8, or GB2312 when the bytes are no valid UTF-8.
+    /// A scanned name, decoded as ssidText() decodes every name.
     static QString getSsidFromScan(const HMI::SSID &ssid);
-    /// The connected network's name, as UTF-8.
+    /// The connected network's name, decoded as the scanned ones are.
     static QString getSsidFromCurWifi(const HMI::SSID &ssid);
 
     /// The first nearby entry named @p ssid (all 33 bytes equal), or null.

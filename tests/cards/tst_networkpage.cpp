@@ -264,6 +264,12 @@ void tst_NetworkPage::firstSelection_data()
     QTest::newRow("Wi-Fi connected") << QByteArray(R"({"adapters": {"WIFI": {}, "VPN": {}}})")
                                      << page("Wi-Fi*,VPN", wifi.arg(QStringLiteral("Online Plant-Floor")),
                                              "172.16.4.33/255.255.0.0/172.16.0.1 locked", "setDHCP 4 1 1");
+    // 30 bytes and a three-byte character cut after its second byte: shown as the Wi-Fi page shows it.
+    QTest::newRow("Wi-Fi name cut at 32 bytes")
+        << QByteArray(
+               R"({"adapters": {"WIFI": {}}, "wifi": {"connected": "0123456789abcdef0123456789abcd你"}})")
+        << page("Wi-Fi*", wifi.arg(QStringLiteral("Online 0123456789abcdef0123456789abcd")),
+                "172.16.4.33/255.255.0.0/172.16.0.1 locked", "setDHCP 4 1 1");
     QTest::newRow("Wi-Fi disconnected")
         << QByteArray(R"({"adapters": {"WIFI": {}}, "wifi": {"connected": null}})")
         << page("Wi-Fi*", wifi.arg(QStringLiteral("Offline")), "0.0.0.0/0.0.0.0/0.0.0.0 locked",

@@ -99,6 +99,8 @@ private Q_SLOTS:
     void namesShownAsTheyAre_data();
     void namesShownAsTheyAre();
     void connectedRow();
+    void connectedName_data();
+    void connectedName();
     void scanAndReset();
     void passwordDialog();
     void connectionOutcome_data();
@@ -337,6 +339,30 @@ void tst_WifiPage::connectedRow()
     QCOMPARE(shownRows().size(), 7);
 }
 
+void tst_WifiPage::connectedName_data()
+{
+    QTest::addColumn<QString>("name"); // as the panel reports it, cut at 32 bytes
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("32 bytes") << SCANNED.last() << SCANNED.last();
+    // 30 bytes, then 你 (three bytes) cut after its second byte: the partial character is dropped.
+    const QString start = QStringLiteral("0123456789abcdef0123456789abcd");
+    QTest::newRow("last character cut") << start + GB_NAME << start;
+}
+
+void tst_WifiPage::connectedName()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, shown);
+    QByteArray json = QByteArray(NETWORKS).replace(quoted(SCANNED.last()), quoted(name));
+    rescan(json);
+    QCOMPARE(shownRows().last(), shown);
+
+    // Connected to it: the same text in the connected row, and its nearby row (the same bytes) hidden.
+    rescan(json.replace("null", quoted(name)));
+    QCOMPARE(currentName()->text(), shown);
+    QCOMPARE(shownRows(), SCANNED.mid(0, 6));
+}
+
 void tst_WifiPage::scanAndReset()
 {
     rescan(networks(R"("connected": null)", R"("connected": "Guest")"));
@@ -404,10 +430,10 @@ void tst_WifiPage::passwordDialog()
     QCOMPARE(spinner()->parentItem(), message);
     QVERIFY(spinner()->isVisible());
 
-    // Connected with an address: the dialog closes; the connected name is read as UTF-8 only.
+    // Connected with an address: the dialog closes; the connected name reads as it does in the list.
     QTRY_VERIFY(!dialogOpen());
     QCOMPARE(m_card->state(), CardWifi::Online);
-    QCOMPARE(currentName()->text(), QString::fromUtf8("\xc4\xe3\xba\xc3"));
+    QCOMPARE(currentName()->text(), GB_NAME);
     QCOMPARE(input()->text(), QString());
 
     // A late "connecting" report puts the card back to Connecting; unknown reports change nothing.
