@@ -1,6 +1,7 @@
 #include "cards/CardNetwork.h"
 
 #include "cards/CardDNS.h"
+#include "cards/CardWifi.h"
 #include "cards/SsidText.h"
 #include "controls/BeepButton.h"
 #include "controls/BeepSwitch.h"
@@ -1149,9 +1150,9 @@ void CardNetwork::updateWifiStatus()
                                                   : ssid);
         updateNetInfoDisplay(HMI::SystemSet::NIC_WIFI);
         AppRootItem *root = AppRootItem::instance();
-        QQuickItem *wifiCard = root ? root->getCardItem(AppRootItem::Card_Wifi) : nullptr;
-        if (wifiCard && wifiCard->metaObject()->indexOfMethod("updateSignalStrength()") >= 0)
-            QMetaObject::invokeMethod(wifiCard, "updateSignalStrength");
+        if (auto *wifiCard =
+                root ? qobject_cast<CardWifi *>(root->getCardItem(AppRootItem::Card_Wifi)) : nullptr)
+            wifiCard->updateSignalStrength();
     } else {
         showWifiOffline();
         if (m_wifiWasConnected)

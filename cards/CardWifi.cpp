@@ -1,5 +1,6 @@
 #include "cards/CardWifi.h"
 
+#include "cards/CardNetwork.h"
 #include "cards/SsidText.h"
 #include "controls/BeepButton.h"
 #include "controls/Dialog.h"
@@ -14,7 +15,6 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QMetaMethod>
 #include <QQmlContext>
 #include <QQmlEngine>
 #include <QtQuick/private/qquickanchors_p.h>
@@ -26,7 +26,6 @@
 #include <QtQuick/private/qquicktextinput_p.h>
 
 #include <cstring>
-#include <type_traits>
 
 namespace QSP {
 
@@ -109,35 +108,17 @@ HMI::SSID terminated(HMI::SSID ssid)
     return ssid;
 }
 
-QQuickItem *networkCard()
+CardNetwork *networkCard()
 {
     AppRootItem *root = AppRootItem::instance();
-    return root ? root->getCardItem(AppRootItem::Card_Network) : nullptr;
+    return root ? qobject_cast<CardNetwork *>(root->getCardItem(AppRootItem::Card_Network)) : nullptr;
 }
 
-/// Calls the network card's one-argument method @p name with @p value; nothing when the card or the
-/// method is missing. The argument is handed over under the type name the card declares (a bool, or an
-/// adapter as a NIC or an int).
-template<typename T>
-void callNetworkCard(const char *name, T value)
+/// Tells the network card whether an attempt to connect is under way (it then keeps its Wi-Fi summary).
+void setNetworkCardConnecting(bool connecting)
 {
-    QQuickItem *card = networkCard();
-    if (!card)
-        return;
-    const QMetaObject *meta = card->metaObject();
-    for (int i = 0; i < meta->methodCount(); ++i) {
-        const QMetaMethod method = meta->method(i);
-        if (method.methodType() == QMetaMethod::Signal || method.name() != name ||
-            method.parameterCount() != 1)
-            continue;
-        const QByteArray type = method.parameterTypes().constFirst();
-        const bool fits = method.parameterType(0) == qMetaTypeId<T>() ||
-                          (std::is_same<T, int>::value && type.endsWith("NIC")); // an int-based enum
-        if (!fits)
-            continue;
-        method.invoke(card, Qt::DirectConnection, QGenericArgument(type.constData(), &value));
-        return;
-    }
+    if (CardNetwork *network = networkCard())
+        network->setWifiConnecting(connecting);
 }
 
 /// The callback of a scan or a reset: it runs on the system's thread and hands the list to @p card's.
@@ -185,17 +166,8 @@ CardWifi::CardWifi(QQuickItem *parent)
     setHeight(m_minHeight);
 
     // The network card reports every change of the connection it sees.
-    if (QQuickItem *network = networkCard()) {
-        const QMetaObject *meta = network->metaObject();
-        const QMetaMethod update = metaObject()->method(metaObject()->indexOfMethod("updateCurrentWifi()"));
-        for (int i = 0; i < meta->methodCount(); ++i) {
-            const QMetaMethod method = meta->method(i);
-            if (method.methodType() == QMetaMethod::Signal && method.name() == "wifiStatusChanged") {
-                connect(network, method, this, update);
-                break;
-            }
-        }
-    }
+    if (CardNetwork *network = networkCard())
+        connect(network, &CardNetwork::wifiStatusChanged, this, &CardWifi::updateCurrentWifi);
 }
 
 CardWifi::~CardWifi() = default;
@@ -890,7 +862,7 @@ void CardWifi::connectWifi(HMI::SSID wifiname, QString password)
     setState(Connecting);
     if (m_dialog && m_dialog->bodyItem())
         m_dialog->bodyItem()->setVisible(false);
-    callNetworkCard("setWifiConnecting", true);
+    setNetworkCardConnecting(true);
     m_connectWatchdog.start();
     panel().connectWifi(terminated(wifiname), std::string(utf8.constData(), size_t(utf8.size())),
                         onGuiThread(this, [](CardWifi *card, HMI::SystemSet::StateWifi result) {
@@ -904,7 +876,7 @@ void CardWifi::onConnectResult(HMI::SystemSet::StateWifi result)
     // A final outcome ends the attempt, also one that comes after the watchdog gave up on it.
     const auto ended = [this] {
         m_connectWatchdog.stop();
-        callNetworkCard("setWifiConnecting", false);
+        setNetworkCardConnecting(false);
     };
     // A failed attempt brings the password field back with the password still in it.
     const auto failed = [this, body, ended](const char *message) {
@@ -969,9 +941,10 @@ void CardWifi::closeDialog_and_updateCurWifiInfo()
         m_dialog->close();
     Q_EMIT connectedChanged(true);
     updateCurrentWifi();
-    if (isConnected() && networkCard()) {
-        callNetworkCard("updateSwitchDisplay_static", int(HMI::SystemSet::NIC_WIFI));
-        callNetworkCard("updateNetInfoDisplay", int(HMI::SystemSet::NIC_WIFI));
+    CardNetwork *network = networkCard();
+    if (network && isConnected()) {
+        network->updateSwitchDisplay_static(HMI::SystemSet::NIC_WIFI);
+        network->updateNetInfoDisplay(HMI::SystemSet::NIC_WIFI);
     }
 }
 
