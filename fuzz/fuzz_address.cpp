@@ -1,7 +1,7 @@
 // Dotted IPv4 text as the address field assembles it, converted to a 32-bit address and back as the cards
 // show addresses (QHostAddress) and as the simulated panel stores them.
 
-#include "CIpInput.h"
+#include "controls/CIpInput.h"
 #include "PanelState.h"
 
 #include <QHostAddress>

@@ -1,6 +1,6 @@
 // The MAC address field's text: parsed into HMI::MAC and formatted back, as CMacInput does.
 
-#include "CMacInput.h"
+#include "controls/CMacInput.h"
 #include "PanelState.h"
 
 #include <QString>

@@ -1,7 +1,7 @@
 // The serial number's QR code as the Version card draws it: the first byte picks the image size, the rest
 // is the serial number's text (UTF-8).
 
-#include "CardVersion.h"
+#include "cards/CardVersion.h"
 
 #include <QGuiApplication>
 #include <QImage>

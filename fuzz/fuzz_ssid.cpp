@@ -1,7 +1,7 @@
 // Scanned and connected Wi-Fi names as the Wi-Fi card decodes them: up to 33 raw bytes from the system
 // (32 name bytes and a terminator that may be missing), UTF-8 with a GB2312 fallback.
 
-#include "CardWifi.h"
+#include "cards/CardWifi.h"
 
 #include <QByteArray>
 #include <QString>
