@@ -41,9 +41,11 @@ const QColor CHECKED_BOX(QLatin1String("#537BAD"));
 
 // Work a scan result may do in one turn of the event loop: the rest of the frame is left to laying out
 // and drawing the rows (the new rows' first drawing costs about as much again as making them). The first
-// rows of a turn are made whatever they cost, so that a usual list shows complete at once.
+// rows of a turn are made whatever they cost, so that a usual list shows complete at once; no turn makes more
+// than MAX_ROWS_PER_TURN, however cheap the rows come (reused ones cost next to nothing until laid out).
 constexpr qint64 ROW_BATCH_NS = 5 * 1000 * 1000;
 constexpr int MIN_ROWS_PER_TURN = 32;
+constexpr int MAX_ROWS_PER_TURN = 250;
 
 // The password dialog is laid out on a 426 x 243 design, scaled to its real size.
 constexpr qreal DESIGN_W = 426;
@@ -397,7 +399,7 @@ void CardWifi::addPendingRows()
         entry.needPassword = record.encrypted;
         entry.strength = record.signal;
         m_wifiList.append(entry);
-        if (made >= MIN_ROWS_PER_TURN && turn.nsecsElapsed() >= ROW_BATCH_NS)
+        if (made >= MAX_ROWS_PER_TURN || (made >= MIN_ROWS_PER_TURN && turn.nsecsElapsed() >= ROW_BATCH_NS))
             break;
     }
     if (m_pendingNext < count)

@@ -50,6 +50,8 @@ private Q_SLOTS:
     void initTestCase();
     void stepButtons_data();
     void stepButtons();
+    void cancelledStep_data();
+    void cancelledStep();
     void sliderDrag_data();
     void sliderDrag();
     void buzzerSwitch();
@@ -121,6 +123,32 @@ void tst_GeneralPage::stepButtons()
     QVERIFY(ScreenFixture::findText(m_brightness, QString::number(m_brightness->brightnessValue())));
 }
 
+void tst_GeneralPage::cancelledStep_data()
+{
+    QTest::addColumn<bool>("increment");
+    QTest::newRow("minus") << false;
+    QTest::newRow("plus") << true;
+}
+
+void tst_GeneralPage::cancelledStep()
+{
+    // The finger slides off a step button before it is lifted: the step it made is kept by the system all
+    // the same, once when the button lets go and once when the press is cancelled.
+    QFETCH(bool, increment);
+    m_brightness->setBrightnessValue(20);
+    PanelSimulator::clearCallLog();
+    QQuickItem *button = stepButton(increment);
+    press(button);
+    QTRY_VERIFY(button->property("pressed").toBool());
+    const QPoint off = f.centreOf(button) + QPoint(int(button->width()) * (increment ? 2 : -2), 0);
+    QTest::mouseMove(f.window(), off);
+    QTest::mouseRelease(f.window(), Qt::LeftButton, {}, off);
+    const QString level = QString::number(increment ? 21 : 19);
+    QCOMPARE(logged("setBright"), QStringList({QStringLiteral("setBright %1 0").arg(level),
+                                               QStringLiteral("setBright %1 1").arg(level),
+                                               QStringLiteral("setBright %1 1").arg(level)}));
+}
+
 void tst_GeneralPage::sliderDrag_data()
 {
     QTest::addColumn<int>("from");
@@ -141,7 +169,6 @@ void tst_GeneralPage::sliderDrag()
     auto *handle = slider->property("handle").value<QQuickItem *>();
     QVERIFY(handle);
     QSignalSpy changes(m_brightness, &QSP::CardBrightness::brightnessValueChanged);
-    QVERIFY(changes.isValid());
     PanelSimulator::clearCallLog();
 
     const QPoint start = f.centreOf(handle);
@@ -233,7 +260,6 @@ void tst_GeneralPage::setDateAndTime()
 void tst_GeneralPage::clockFollowsLanguage()
 {
     QSignalSpy changed(m_time, &QSP::CardTime::currentDateTimeChanged);
-    QVERIFY(changed.isValid());
     const QLocale chinese(QLocale::Chinese, QLocale::China);
     QSP::GlobalInfo::switchLanguage(chinese);
     QCOMPARE(changed.count(), 1); // at once, not at the next tick

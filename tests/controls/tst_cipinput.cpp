@@ -1,8 +1,16 @@
 #include "CIpInput.h"
+#include "CMacInput.h"
 #include "ControlFixture.h"
 
-using QSP::CIpInput;
+#include <algorithm>
 
+using HMI::MAC;
+using QSP::CIpInput;
+using QSP::CMacInput;
+
+Q_DECLARE_METATYPE(std::function<QObject *(QQmlEngine *, QQuickItem *)>)
+
+/// The address fields: CIpInput (four numbers) and CMacInput (one field of six pairs).
 class tst_CIpInput : public QObject
 {
     Q_OBJECT
@@ -12,17 +20,21 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void layout_data();
-    void layout();
+    void fields();
     void declaredInQml();
     void setIp_data();
     void setIp();
     void editing_data();
     void editing();
+    void macCreated();
+    void macConversion_data();
+    void macConversion();
+    void macEditing_data();
+    void macEditing();
+    void disabled_data();
     void disabled();
-    void keyboard();
+    void brokenDocument_data();
     void brokenDocument();
-    void withKeyboard() { ControlFixture::rerunWithKeyboard(); }
 
 private:
     QQuickTextInput *field(int index, CIpInput *input = nullptr) const
@@ -37,18 +49,23 @@ private:
             texts << field(i, input)->text();
         return texts.join(QLatin1Char('.'));
     }
-    QQuickRectangle *frame(int index) const
+    static QQuickRectangle *frameOf(QQuickItem *field)
     {
-        return qobject_cast<QQuickRectangle *>(field(index)->parentItem()->childItems().value(0));
+        return qobject_cast<QQuickRectangle *>(field->parentItem()->childItems().value(0));
     }
-    /// Plays steps as ControlFixture::play() does; "touch:N" touches field N.
+    /// Plays steps as ControlFixture::play() does; "touch:N" touches the address's number N, "touch:mac" the
+    /// MAC field.
     bool run(const QString &steps)
     {
-        return f.play(steps, [this](const QString &index) { return field(index.toInt()); });
+        return f.play(steps, [this](const QString &name) -> QQuickItem * {
+            return name == QLatin1String("mac") ? m_macField : field(name.toInt());
+        });
     }
 
     ControlFixture f;
     CIpInput *m_input = nullptr;
+    CMacInput *m_mac = nullptr;
+    QQuickTextInput *m_macField = nullptr;
 };
 
 void tst_CIpInput::init()
@@ -59,38 +76,34 @@ void tst_CIpInput::init()
     QCOMPARE(m_input->parent(), f.window()->contentItem());
     m_input->setPosition(QPointF(20, 20));
     m_input->setHeight(40);
+    m_mac = f.create<CMacInput>();
+    QVERIFY(m_mac);
+    m_mac->setPosition(QPointF(20, 100));
+    m_mac->setSize(QSizeF(300, 40));
+    m_macField = m_mac->property("input").value<QQuickTextInput *>();
+    QVERIFY(m_macField);
 }
 
 void tst_CIpInput::cleanup()
 {
     f.focusElsewhere();
     delete m_input;
-    m_input = nullptr;
+    delete m_mac;
 }
 
-void tst_CIpInput::layout_data()
+void tst_CIpInput::fields()
 {
-    QTest::addColumn<qreal>("height");
-    QTest::addColumn<int>("fontPixelSize");
-    QTest::newRow("40 high") << 40.0 << 31;
-    QTest::newRow("30 high") << 30.0 << 12;
-}
-
-void tst_CIpInput::layout()
-{
-    QFETCH(qreal, height);
-    QFETCH(int, fontPixelSize);
-
-    m_input->setHeight(height);
-    m_input->setFontPixelSize(fontPixelSize);
-    // Four framed fields as wide as 1.528 heights, a dot between each two, all in the control's font.
+    // Four numbers with a dot between each two, side by side, all in the control's font.
+    m_input->setFontPixelSize(12);
     QString shown;
+    qreal right = 0;
     for (QQuickItem *child : field(0)->parentItem()->parentItem()->childItems()) {
         auto *dot = qobject_cast<QQuickText *>(child);
         auto *input = child->property("input").value<QQuickTextInput *>();
         shown += dot ? dot->text() : input->text();
-        QCOMPARE(dot ? dot->font().pixelSize() : input->font().pixelSize(), fontPixelSize);
-        QVERIFY(dot || input->size() == QSizeF(height * 1.528, height));
+        QCOMPARE(dot ? dot->font().pixelSize() : input->font().pixelSize(), 12);
+        QVERIFY(child->x() >= right);
+        right = child->x() + child->width();
     }
     QCOMPARE(shown, QStringLiteral("0·0·0·0"));
     QCOMPARE(m_input->ip(), QString());
@@ -127,8 +140,6 @@ void tst_CIpInput::setIp()
     m_input->setIp(QStringLiteral("172.16.0.1"));
     QSignalSpy changed(m_input, &CIpInput::ipChanged);
     QSignalSpy edited(m_input, &CIpInput::ipChangedByEdit);
-    QVERIFY(changed.isValid());
-    QVERIFY(edited.isValid());
     m_input->setIp(text);
     QCOMPARE(m_input->ip(), taken ? text : QStringLiteral("172.16.0.1"));
     QCOMPARE(fieldTexts(), m_input->ip());
@@ -182,9 +193,6 @@ void tst_CIpInput::editing()
     QSignalSpy changed(m_input, &CIpInput::ipChanged);
     QSignalSpy edited(m_input, &CIpInput::ipChangedByEdit);
     QSignalSpy editingChanged(m_input, &CIpInput::editingChanged);
-    QVERIFY(changed.isValid());
-    QVERIFY(edited.isValid());
-    QVERIFY(editingChanged.isValid());
 
     QVERIFY(run(steps));
     QCOMPARE(editingChanged.count(), 2); // in once, out once, however many numbers were touched
@@ -200,70 +208,175 @@ void tst_CIpInput::editing()
     QCOMPARE(ControlFixture::beeps(), buzzer ? steps.count(QLatin1String("touch:")) : 0);
 }
 
-void tst_CIpInput::disabled()
+void tst_CIpInput::macCreated()
 {
-    const auto enabledLook = [this](bool enabled) {
-        const QColor colour = enabled ? QColor(0, 0, 0) : QColor(0xB4, 0xB4, 0xB4);
-        for (int i = 0; i < 4; ++i) {
-            if (field(i)->isEnabled() != enabled || frame(i)->isVisible() != enabled ||
-                field(i)->color() != colour)
-                return false;
-        }
-        return true;
-    };
-    m_input->setIp(QStringLiteral("10.1.2.3"));
-    m_input->setEnabled(false);
-    QVERIFY(enabledLook(false)); // grey digits, no frames, and no touch
-    ControlFixture::click(field(2));
-    QVERIFY(!field(2)->hasActiveFocus());
-    QCOMPARE(ControlFixture::beeps(), 0);
-    m_input->setEnabled(true);
-    QVERIFY(enabledLook(true));
-    QCOMPARE(fieldTexts(), QStringLiteral("10.1.2.3"));
-    // The frame of the number being edited is drawn in the focus colour.
-    QVERIFY(run(QStringLiteral("touch:2")));
-    QCOMPARE(frame(2)->border()->color(), QColor(QStringLiteral("#3269CE")));
-    QCOMPARE(frame(1)->border()->color(), QColor(QStringLiteral("#E2E2E2")));
+    QCOMPARE(m_mac->parent(), f.window()->contentItem());
+    QCOMPARE(m_mac->macString(), QStringLiteral("00:00:00:00:00:00"));
+    QCOMPARE(m_macField->inputMask(), QStringLiteral("HH:HH:HH:HH:HH:HH; "));
+    m_mac->setFontPixelSize(25);
+    m_mac->setFontPixelSize(0); // not a size: ignored
+    QCOMPARE(m_macField->font().pixelSize(), 25);
+
+    // Declared bare, without its document, there is no field: reading gives nothing, writing does nothing.
+    std::unique_ptr<QObject> item(f.create("CMacInput {}"));
+    auto *bare = qobject_cast<CMacInput *>(item.get());
+    QVERIFY(bare);
+    bare->setMac(MAC{{1, 2, 3, 4, 5, 6}});
+    bare->setEnabled(false);
+    bare->setFontPixelSize(30);
+    QCOMPARE(bare->mac(), MAC{});
 }
 
-void tst_CIpInput::keyboard()
+void tst_CIpInput::macConversion_data()
 {
-    // In both runs the editing works the same; with a keyboard, the keyboard follows it.
-    TestKeyboard *keyboard = f.keyboard();
-    std::unique_ptr<CIpInput> next(f.create<CIpInput>());
-    QVERIFY(next);
-    next->setPosition(QPointF(20, 100));
-    next->setHeight(40);
-    QSignalSpy edited(m_input, &CIpInput::ipChangedByEdit);
-    QVERIFY(edited.isValid());
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<MAC>("mac");
+    QTest::addColumn<bool>("shownAsIs"); // what setMac() shows
 
-    // On to the next number, then to another address, the keyboard stays; the first address is reported.
-    QVERIFY(run(QStringLiteral("touch:0 type:10 touch:1 type:20")));
-    QTRY_VERIFY(f.keyboardShown(true));
-    QVERIFY(!keyboard || keyboard->layoutType() == VkbLayout_IPv4);
-    ControlFixture::click(field(2, next.get()));
-    QCOMPARE(edited.count(), 1);
-    QCOMPARE(edited.at(0).at(0).toUInt(), 0x0A140000u);
-    QVERIFY(next->editing() && f.keyboardShown(true));
-    QVERIFY(run(QStringLiteral("type:3 key:Return")));
-    QCOMPARE(next->ip(), QStringLiteral("0.0.3.0"));
-    QTRY_VERIFY(f.keyboardShown(false));
+    QTest::newRow("zero padded, upper case")
+        << QStringLiteral("0A:FF:00:01:02:03") << MAC{{0x0A, 0xFF, 0x00, 0x01, 0x02, 0x03}} << true;
+    QTest::newRow("broadcast") << QStringLiteral("FF:FF:FF:FF:FF:FF") << MAC{{255, 255, 255, 255, 255, 255}}
+                               << true;
+    QTest::newRow("mixed case read") << QStringLiteral("0a:Bc:dE:F0:12:34")
+                                     << MAC{{0x0A, 0xBC, 0xDE, 0xF0, 0x12, 0x34}} << false;
+    QTest::newRow("missing pairs read as 0")
+        << QStringLiteral("0A:1B") << MAC{{0x0A, 0x1B, 0, 0, 0, 0}} << false;
+}
 
-    // The keyboard's own hide key cancels and puts it away.
-    QVERIFY(run(QStringLiteral("touch:3 type:9")));
-    QTRY_VERIFY(f.keyboardShown(true));
-    QVERIFY(run(QStringLiteral("key:Hide")));
-    QTRY_VERIFY(f.keyboardShown(false));
-    QCOMPARE(m_input->ip(), QStringLiteral("10.20.0.0"));
+void tst_CIpInput::macConversion()
+{
+    QFETCH(QString, text);
+    QFETCH(MAC, mac);
+    QFETCH(bool, shownAsIs);
+
+    QSignalSpy edited(m_mac, &CMacInput::macChangedByEdit);
+    if (shownAsIs) {
+        m_mac->setMac(mac);
+        QCOMPARE(m_mac->macString(), text);
+    }
+    m_macField->setText(text);
+    QVERIFY(m_mac->mac() == mac);
+    QCOMPARE(edited.count(), 0);
+}
+
+void tst_CIpInput::macEditing_data()
+{
+    QTest::addColumn<QString>("steps"); // after a touch
+    QTest::addColumn<QString>("end");   // the key that ends the editing; none: the focus is taken away
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("reported");
+    QTest::addColumn<bool>("buzzer");
+
+    const auto row = [](const char *name, const char *steps, const char *end, const char *text, bool reported,
+                        bool buzzer = true) {
+        QTest::newRow(name) << QString::fromLatin1(steps) << QString::fromLatin1(end)
+                            << QString::fromLatin1(text) << reported << buzzer;
+    };
+    const char *const start = "12:34:56:78:9A:BC";
+    row("new address, Return", "key:Home type:001a2b3c4d5e", "Return", "00:1a:2b:3c:4d:5e", true);
+    row("part typed, Enter", "key:Home type:AABBCC", "Enter", "AA:BB:CC:78:9A:BC", true);
+    row("unchanged address, Return", "", "Return", start, true, false);
+    row("non-hexadecimal refused", "key:Home type:g-z:", "Return", start, true);
+    row("Escape restores", "key:Home type:ffff", "Esc", start, false);
+    row("keyboard hide key restores", "key:Home type:ffff", "Hide", start, false);
+    row("unfinished, Return", "key:End key:Backspace key:Backspace", "Return", start, false);
+    row("unfinished, focus taken", "key:End key:Backspace key:Backspace", "", start, false);
+}
+
+void tst_CIpInput::macEditing()
+{
+    QFETCH(QString, steps);
+    QFETCH(QString, end);
+    QFETCH(QString, text);
+    QFETCH(bool, reported);
+    QFETCH(bool, buzzer);
+
+    QVERIFY(ControlFixture::setBuzzer(buzzer));
+    m_mac->setMac(MAC{{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC}});
+    QSignalSpy edited(m_mac, &CMacInput::macChangedByEdit);
+    QVERIFY(run(QStringLiteral("touch:mac ") + steps));
+    QCOMPARE(frameOf(m_macField)->border()->color(), QColor(QStringLiteral("#3269CE")));
+    QCOMPARE(edited.count(), 0);
+    if (end.isEmpty())
+        f.focusElsewhere();
+    else
+        QVERIFY(run(QStringLiteral("key:") + end));
+
+    QVERIFY(!m_macField->hasActiveFocus());
+    QCOMPARE(m_mac->macString(), text);
+    QCOMPARE(edited.count(), reported ? 1 : 0);
+    if (reported)
+        QVERIFY(edited.at(0).at(0).value<MAC>() == m_mac->mac());
+    QCOMPARE(ControlFixture::beeps(), buzzer ? 1 : 0); // the touch beeps, confirming is silent
+}
+
+void tst_CIpInput::disabled_data()
+{
+    QTest::addColumn<bool>("mac");
+    QTest::newRow("address") << false;
+    QTest::newRow("MAC") << true;
+}
+
+void tst_CIpInput::disabled()
+{
+    // Disabled, the digits are grey, the frames gone, and a touch does nothing; enabled again, the field
+    // touched is framed in the focus colour.
+    QFETCH(bool, mac);
+    m_input->setIp(QStringLiteral("10.1.2.3"));
+    m_mac->setMac(MAC{{1, 2, 3, 4, 5, 6}});
+    const auto enable = [&](bool on) { mac ? m_mac->setEnabled(on) : m_input->setEnabled(on); };
+    const QList<QQuickTextInput *> inputs =
+        mac ? QList<QQuickTextInput *>{m_macField}
+            : QList<QQuickTextInput *>{field(0), field(1), field(2), field(3)};
+    const auto looks = [&inputs](bool enabled) {
+        const QColor colour = enabled ? QColor(0, 0, 0) : QColor(0xB4, 0xB4, 0xB4);
+        return std::all_of(inputs.begin(), inputs.end(), [&](QQuickTextInput *input) {
+            return input->isEnabled() == enabled && frameOf(input)->isVisible() == enabled &&
+                   input->color() == colour;
+        });
+    };
+    QSignalSpy ipEdited(m_input, &CIpInput::ipChangedByEdit);
+    QSignalSpy macEdited(m_mac, &CMacInput::macChangedByEdit);
+    enable(false);
+    QVERIFY(looks(false));
+    QVERIFY(m_mac->isEnabled()); // only the MAC's field is disabled
+    ControlFixture::click(inputs.last());
+    QVERIFY(!inputs.last()->hasActiveFocus());
+    QVERIFY(run(QStringLiteral("type:ff key:Return")));
+    QCOMPARE(ControlFixture::beeps() + ipEdited.count() + macEdited.count(), 0);
+    enable(true);
+    QVERIFY(looks(true));
+    QCOMPARE(fieldTexts() + m_mac->macString(), QStringLiteral("10.1.2.301:02:03:04:05:06"));
+    QVERIFY(run(QStringLiteral("touch:") + (mac ? QLatin1String("mac") : QLatin1String("3"))));
+    QCOMPARE(frameOf(inputs.last())->border()->color(), QColor(QStringLiteral("#3269CE")));
+    QCOMPARE(frameOf(inputs.first())->border()->color() == QColor(QStringLiteral("#E2E2E2")), !mac);
+}
+
+void tst_CIpInput::brokenDocument_data()
+{
+    using Create = std::function<QObject *(QQmlEngine *, QQuickItem *)>;
+    QTest::addColumn<QString>("document");
+    QTest::addColumn<QString>("className");
+    QTest::addColumn<Create>("create");
+    QTest::newRow("address") << "IpInput.qml"
+                             << "CIpInput"
+                             << Create([](QQmlEngine *e, QQuickItem *p) { return CIpInput::create(e, p); });
+    QTest::newRow("MAC") << "MacInput.qml"
+                         << "CMacInput"
+                         << Create([](QQmlEngine *e, QQuickItem *p) { return CMacInput::create(e, p); });
 }
 
 void tst_CIpInput::brokenDocument()
 {
+    QFETCH(QString, document);
+    QFETCH(QString, className);
+    QFETCH(std::function<QObject *(QQmlEngine *, QQuickItem *)>, create);
     ControlFixture::checkBrokenDocument(
-        QUrl(QStringLiteral("qrc:/setting/flatui/IpInput.qml")), QStringLiteral("CIpInput"),
-        [this](QQmlEngine *engine) { return CIpInput::create(engine, f.window()->contentItem()); });
-    std::unique_ptr<CIpInput> control(f.create<CIpInput>()); // the host's engine still makes controls
-    QVERIFY(control && field(0, control.get()));
+        QUrl(QStringLiteral("qrc:/setting/flatui/") + document), className,
+        [&](QQmlEngine *engine) { return create(engine, f.window()->contentItem()); });
+    // The host's engine still makes controls.
+    std::unique_ptr<QObject> control(create(f.engine(), f.window()->contentItem()));
+    QVERIFY(control && control->findChild<QQuickTextInput *>());
 }
 
 QTEST_MAIN(tst_CIpInput)

@@ -74,21 +74,14 @@ void tst_Dialog::init()
 void tst_Dialog::layout_data()
 {
     QTest::addColumn<QSize>("screen");
-    QTest::addColumn<qreal>("bar"); // the title bar's height
-    QTest::addColumn<int>("fontSize");
-    QTest::addColumn<int>("iconSide");
-    QTest::addColumn<qreal>("radius");
-
-    QTest::newRow("landscape 1024, scaled") << QSize(1024, 600) << 1024 / 1920.0 * 68 << 18 << 19 << 8.0;
-    QTest::newRow("portrait 480") << QSize(480, 800) << 36.0 << 18 << 19 << 8.0;
-    QTest::newRow("screen not known yet") << QSize(-1, -1) << 68.0 << 34 << 37 << 15.0;
+    QTest::newRow("landscape 1024") << QSize(1024, 600);
+    QTest::newRow("portrait 480") << QSize(480, 800);
+    QTest::newRow("screen not known yet") << QSize(-1, -1);
 }
 
 void tst_Dialog::layout()
 {
     QFETCH(QSize, screen);
-    QFETCH(qreal, bar);
-
     QSP::GlobalInfo::instance().setScreenWidth(screen.width());
     QSP::GlobalInfo::instance().setScreenHeight(screen.height());
     QSP::Dialog *dialog = make(QSizeF(400, 300));
@@ -99,29 +92,23 @@ void tst_Dialog::layout()
     const Parts parts(dialog);
     QCOMPARE(parts.title->text(), QStringLiteral("Ping test"));
     QVERIFY(parts.background && parts.separator && parts.closeIcon);
-
-    QTEST(parts.background->radius(), "radius");
-    QCOMPARE(parts.titleBar->size(), QSizeF(398, bar));
-    QCOMPARE(parts.separator->y(), bar);
-    QCOMPARE(parts.separator->width(), 400.0);
-    QTEST(parts.title->font().pixelSize(), "fontSize");
-    QCOMPARE(parts.title->x(), bar * 0.331);
-    // A square close button at the right end of the title bar.
-    QCOMPARE(parts.closeButton->size(), QSizeF(bar, bar));
-    QCOMPARE(parts.closeButton->x() + bar, 398.0);
     QCOMPARE(parts.closeIcon->status(), QQuickImageBase::Ready);
-    QTEST(parts.closeIcon->sourceSize().width(), "iconSide");
-    // Placed when set: one unit in, just below the separator, down to the frame's bottom.
-    QCOMPARE(body->position(), QPointF(1, bar + 1));
-    QCOMPARE(body->size(), QSizeF(398, 300 - bar - 1));
 
-    // A new width lays the frame out again and leaves a margin under the body; a new height alone does not.
-    dialog->setWidth(520.6);
-    dialog->setHeight(360);
-    QCOMPARE(parts.titleBar->width(), 518.0);
-    QCOMPARE(parts.separator->width(), 520.0);
-    QCOMPARE(parts.closeButton->x() + bar, 518.0);
-    QCOMPARE(body->size(), QSizeF(518, 300 - bar - 10));
+    // From the top, inside the frame: the title bar with the title and the close button at its right end,
+    // the separator, the body. A new width lays them out again.
+    for (const qreal width : {400.0, 520.0}) {
+        dialog->setWidth(width);
+        const auto place = [dialog](QQuickItem *item) {
+            return dialog->contentItem()->mapRectFromItem(item, QRectF(0, 0, item->width(), item->height()));
+        };
+        const QRectF bar = place(parts.titleBar), close = place(parts.closeButton), inside = place(body);
+        QVERIFY(bar.top() >= 0 && bar.left() >= 0 && bar.right() <= width && bar.height() > 0);
+        QCOMPARE(close.right(), bar.right());
+        QVERIFY(close.top() >= bar.top() && close.bottom() <= bar.bottom());
+        QVERIFY(place(parts.title).right() <= close.left());
+        QCOMPARE(place(parts.separator).top(), bar.bottom());
+        QVERIFY(inside.top() > bar.bottom() && inside.bottom() <= 300 && inside.width() >= width - 2);
+    }
 }
 
 void tst_Dialog::closeButtonClosesAndBeeps_data()
@@ -146,7 +133,6 @@ void tst_Dialog::closeButtonClosesAndBeeps()
     dialog->setClosePolicy(QQuickPopup::NoAutoClose);
     dialog->setPosition(QPointF(100, 100));
     QSignalSpy closed(dialog, &QQuickPopup::closed);
-    QVERIFY(closed.isValid());
     dialog->open();
     QTRY_VERIFY(dialog->isOpened());
 
@@ -171,7 +157,6 @@ void tst_Dialog::bodyItem()
 {
     QSP::Dialog *dialog = make();
     QSignalSpy changed(dialog, &QSP::Dialog::bodyItemChanged);
-    QVERIFY(changed.isValid());
 
     // Set before the dialog has a size: it takes what the content item has, and follows the first width.
     auto *first = new QQuickItem;

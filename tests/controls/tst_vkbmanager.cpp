@@ -61,7 +61,6 @@ void tst_VkbManager::firstShowLoadsOnce()
     QCOMPARE(vkb.getHeight(), 0.0);
 
     QSignalSpy visible(&vkb, &VkbManager::visibleChanged);
-    QVERIFY(visible.isValid());
     vkb.showVkb(true);
     QCOMPARE(m_keyboard.initCalls, 1);
     QCOMPARE(m_keyboard.initWindow, f.window());
@@ -121,7 +120,6 @@ void tst_VkbManager::hideRestoresModalityAndColumn()
     // A column moved by someone else is put back too, even when the keyboard never moved it.
     focusField(10, 20);
     QSignalSpy visible(&VkbManager::instance(), &VkbManager::visibleChanged);
-    QVERIFY(visible.isValid());
     VkbManager::instance().showVkb(true);
     VkbManager::instance().showVkb(true); // a second show while shown
     m_column->setY(-33);

@@ -31,6 +31,7 @@ private Q_SLOTS:
     void exports();
     void menu();
     void startPage();
+    void layout();
     void pageSwitching();
     void menuFillNavigation();
     void bottomButton();
@@ -95,7 +96,6 @@ void tst_Plugin::initTestCase()
     QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
 
     QSignalSpy opened(m_root, &AppRootItem::opened);
-    QVERIFY(opened.isValid());
     m_root->setVisible(false);
     m_settings->open();
     QCOMPARE(opened.count(), 1);
@@ -171,7 +171,6 @@ void tst_Plugin::clickButton(QQuickItem *button)
     QVERIFY(button->isVisible());
     auto *abstractButton = qobject_cast<QQuickAbstractButton *>(button);
     QSignalSpy clicked(abstractButton, &QQuickAbstractButton::clicked);
-    QVERIFY(clicked.isValid());
     const QPointF centre = button->mapToScene(QPointF(button->width() / 2, button->height() / 2));
     QTest::mouseClick(m_window.get(), Qt::LeftButton, Qt::NoModifier, centre.toPoint());
     QCOMPARE(clicked.count(), 1);
@@ -192,12 +191,7 @@ void tst_Plugin::menu()
     QCOMPARE(texts, (QStringList{QStringLiteral("General"), QStringLiteral("Network"),
                                  QStringLiteral("Language"), QStringLiteral("Version"), bottom}));
 
-    QQuickItem *menu = part("menuBar");
-    const qreal expectedWidth = menuFill() ? m_size.width() : 210;
-    QCOMPARE(menu->width(), expectedWidth);
-    const qreal buttonHeight = menuFill() ? m_size.width() * 2.0 / 15 : 54;
     for (BeepButton *button : menuButtons()) {
-        QCOMPARE(button->height(), buttonHeight);
         QCOMPARE(button->property("imgUrl").toUrl().scheme(), QStringLiteral("qrc"));
         // Right arrows lead into pages where the menu fills the screen.
         bool arrow = false;
@@ -209,11 +203,40 @@ void tst_Plugin::menu()
     QCOMPARE(part("settingsText")->property("text").toString(), QStringLiteral("Settings"));
 }
 
+void tst_Plugin::layout()
+{
+    // Below 800 pixels of width the menu fills the screen and a page replaces it; from 800 on the menu stays
+    // beside the cards, which start right under the title bar.
+    QQuickItem *menu = part("menuBar"), *pool = part("cardPool");
+    const qreal titleHeight = part("titleBar")->height();
+    QVERIFY(titleHeight > 0 && titleHeight < m_size.height() / 5);
+    QVERIFY(menu->isVisible());
+    // The menu's buttons fit in it, one under the other.
+    qreal bottom = 0;
+    for (BeepButton *button : menuButtons()) {
+        const QRectF r = menu->mapRectFromItem(button, QRectF(0, 0, button->width(), button->height()));
+        QVERIFY2(r.top() >= bottom && r.left() >= 0 && r.right() <= menu->width() &&
+                     r.bottom() <= menu->height(),
+                 qPrintable(button->text()));
+        bottom = r.bottom();
+    }
+    if (!menuFill()) {
+        QVERIFY(pool->isVisible() && menu->width() < m_size.width() / 3);
+        QVERIFY(pool->x() >= menu->x() + menu->width() && pool->x() + pool->width() <= m_size.width());
+        QCOMPARE(pool->y(), titleHeight);
+        return;
+    }
+    QCOMPARE(menu->width(), qreal(m_size.width()));
+    clickButton(menuButton(QStringLiteral("General")));
+    QVERIFY(!menu->isVisible() && pool->isVisible());
+    QVERIFY(pool->x() >= 0 && pool->width() > 0.9 * m_size.width() &&
+            pool->x() + pool->width() <= m_size.width());
+    QVERIFY(pool->y() >= titleHeight);
+    clickButton(m_root->findChild<BeepButton *>(QStringLiteral("returnButton")));
+}
+
 void tst_Plugin::startPage()
 {
-    const int titleHeight =
-        m_size.width() >= m_size.height() ? int(0.07 * m_size.width()) : (m_size.width() < 600 ? 56 : 72);
-    QCOMPARE(m_root->titleHeight(), titleHeight);
     const QString title = part("titleText")->property("text").toString();
     if (menuFill()) {
         QCOMPARE(m_root->currentPage(), AppRootItem::MI_None);
@@ -233,7 +256,6 @@ void tst_Plugin::pageSwitching()
     if (menuFill())
         QSKIP("pages replace the menu here: see menuFillNavigation");
     QSignalSpy changed(m_root, &AppRootItem::currentPageChanged);
-    QVERIFY(changed.isValid());
     clickButton(menuButton(QStringLiteral("Network")));
     QCOMPARE(changed.count(), 1);
     QCOMPARE(m_root->currentPage(), AppRootItem::MI_Network);
@@ -307,7 +329,6 @@ void tst_Plugin::closeAndReopen()
     m_settings->close();
     QVERIFY(!m_root->isVisible());
     QSignalSpy opened(m_root, &AppRootItem::opened);
-    QVERIFY(opened.isValid());
     m_settings->open();
     QVERIFY(m_root->isVisible());
     QCOMPARE(opened.count(), 1);

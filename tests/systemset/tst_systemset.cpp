@@ -9,7 +9,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtTest>
@@ -21,13 +20,11 @@
 #include <memory>
 #include <mutex>
 #include <sys/stat.h>
-#include <thread>
 #include <unistd.h>
 
 using HMI::PanelSimulator;
 using HMI::SystemSet;
 
-Q_DECLARE_METATYPE(std::function<void(SystemSet &)>)
 Q_DECLARE_METATYPE(std::function<int(SystemSet &)>)
 
 namespace {
@@ -114,11 +111,9 @@ private Q_SLOTS:
     void init();
     void cleanup();
 
-    void defaults();
     void liveAddresses_data();
     void liveAddresses();
-    void logLines_data();
-    void logLines();
+    void callLog();
     void ssidsInTheLog_data();
     void ssidsInTheLog();
     void callbacksArriveOnWorkerAfterDelay();
@@ -127,6 +122,7 @@ private Q_SLOTS:
     void scanAndReset();
     void connectOutcomes_data();
     void connectOutcomes();
+    void persistenceRoundTrip_data();
     void persistenceRoundTrip();
     void notPersistedStaysInMemory();
     void outsideEditsSurvivePersistedChanges();
@@ -142,7 +138,6 @@ private Q_SLOTS:
     void outOfRangeValues();
     void languageFollowsEditedFile_data();
     void languageFollowsEditedFile();
-    void buzzerFromAnotherThread();
 
 private:
     QTemporaryDir m_dir;
@@ -176,38 +171,6 @@ void tst_SystemSet::cleanup()
     QVERIFY(PanelSimulator::waitForIdle(5000));
 }
 
-void tst_SystemSet::defaults()
-{
-    SystemSet &p = panel();
-    QCOMPARE(p.getAllNIC(), 1 | 2 | 4 | 16 | 64);
-    QVERIFY(p.isNicEnabled(SystemSet::NIC_4G) && !p.isNicEnabled(SystemSet::NIC_VPN));
-    QVERIFY(!p.isDhcpOn(SystemSet::NIC_LAN0) && p.isDhcpOn(SystemSet::NIC_LAN1));
-    QCOMPARE(p.getSubnetMaskFromEE(SystemSet::NIC_LAN1), ip4(255, 0, 0, 0));
-    QCOMPARE(p.getMac(SystemSet::NIC_WIFI), (HMI::MAC{0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x60}));
-    QCOMPARE(p.getDns(SystemSet::NIC_LAN0), std::make_pair(ip4(192, 168, 1, 1), ip4(8, 8, 8, 8)));
-    QCOMPARE(p.getDefaultNIC(), SystemSet::NIC_LAN0);
-    QCOMPARE(p.get4GSignal(SystemSet::NIC_4G), 75);
-    QCOMPARE(p.get4GState(SystemSet::NIC_4G), 2);
-    QCOMPARE(p.getVPNServer(), SystemSet::VPN_ASIA);
-    QCOMPARE(p.getVPNServerState(SystemSet::VPN_ASIA), 0); // state 5, but the VPN is disabled
-    p.enableNIC(SystemSet::NIC_VPN, true, true);
-    QCOMPARE(p.getVPNServerState(SystemSet::VPN_ASIA), 5);
-    QVERIFY(p.isWifiConnected());
-    QCOMPARE(QByteArray(p.currentWifiSsid().data()), QByteArray("Plant-Floor"));
-    QCOMPARE(p.currentWifiSsid()[32], '\0');
-    QCOMPARE(p.currentWifiSignalStrength(), 70);
-    QVERIFY(p.isBuzzerOn());
-    QCOMPARE(p.bright(), 20);
-    QCOMPARE(p.getLanguage(), SystemSet::LANG_ENGLISH);
-    QCOMPARE(p.getSerialNumber(), std::string("HMI7-2026-000123"));
-    QVERIFY(p.setSystemTime(1795000000));
-    // Values that name no adapter answer nothing and break nothing.
-    QCOMPARE(p.getIp(static_cast<SystemSet::NIC>(8)), HMI::IP(0));
-    QCOMPARE(p.getMac(static_cast<SystemSet::NIC>(3)), HMI::MAC{});
-    QVERIFY(!p.isNicEnabled(static_cast<SystemSet::NIC>(0)));
-    p.setIp(static_cast<SystemSet::NIC>(32), ip4(1, 2, 3, 4), true);
-}
-
 void tst_SystemSet::liveAddresses_data()
 {
     QTest::addColumn<QByteArray>("state");
@@ -223,6 +186,7 @@ void tst_SystemSet::liveAddresses_data()
         << QByteArray(R"({"wifi": {"connected": null}})") << 4 << "0.0.0.0 0.0.0.0 0.0.0.0";
     QTest::newRow("absent adapter") << QByteArray(R"({"adapters": {"LAN1": {}}})") << 1
                                     << "0.0.0.0 0.0.0.0 0.0.0.0";
+    QTest::newRow("names no adapter") << QByteArray("{}") << 8 << "0.0.0.0 0.0.0.0 0.0.0.0";
 }
 
 void tst_SystemSet::liveAddresses()
@@ -237,61 +201,23 @@ void tst_SystemSet::liveAddresses()
           "addresses");
 }
 
-void tst_SystemSet::logLines_data()
+void tst_SystemSet::callLog()
 {
-    using Call = std::function<void(SystemSet &)>;
-    QTest::addColumn<Call>("call");
-    QTest::addColumn<QString>("line");
-
-    const auto row = [](const char *line, Call call) {
-        QTest::newRow(line) << call << QString::fromUtf8(line);
-    };
-    row("enableNIC 1 0 1", [](SystemSet &p) { p.enableNIC(SystemSet::NIC_LAN0, false, true); });
-    row("setDHCP 1 1 1", [](SystemSet &p) { p.setDHCP(SystemSet::NIC_LAN0, true, nullptr, true); });
-    row("setIp 1 192.168.1.50 1",
-        [](SystemSet &p) { p.setIp(SystemSet::NIC_LAN0, ip4(192, 168, 1, 50), true); });
-    row("setSubnetMask 1 255.255.255.0 1",
-        [](SystemSet &p) { p.setSubnetMask(SystemSet::NIC_LAN0, ip4(255, 255, 255, 0), true); });
-    row("setGateway 2 10.0.0.254 0",
-        [](SystemSet &p) { p.setGateway(SystemSet::NIC_LAN1, ip4(10, 0, 0, 254), false); });
-    row("setDns 1 8.8.8.8 8.8.4.4", [](SystemSet &p) {
-        p.setDns(SystemSet::NIC_LAN0, {ip4(8, 8, 8, 8), ip4(8, 8, 4, 4)});
-    });
-    row("setDefaultNIC 4 0", [](SystemSet &p) { p.setDefaultNIC(SystemSet::NIC_WIFI, false); });
-    row("pingTest 1", [](SystemSet &p) { p.pingTest(SystemSet::NIC_LAN0, nullptr); });
-    row("setVPNServer 1", [](SystemSet &p) { p.setVPNServer(SystemSet::VPN_EUROPE); });
-    row("resetVPNIp 1", [](SystemSet &p) { p.resetVPNIp(SystemSet::VPN_EUROPE); });
-    row("scanWifi", [](SystemSet &p) { p.scanWifi(nullptr); });
-    row("resetWifi", [](SystemSet &p) { p.resetWifi(nullptr); });
-    row("connectWifi \"Office\" pw=8",
-        [](SystemSet &p) { p.connectWifi(ssidOf("Office"), "welcome1", nullptr); });
-    row("beep 1", [](SystemSet &p) { p.beep(true); });
-    row("setBuzzerOn 0", [](SystemSet &p) { p.setBuzzerOn(false); });
-    row("setBright 17 0", [](SystemSet &p) { p.setBright(17, false); });
-    row("setSystemTime 1795000000", [](SystemSet &p) { p.setSystemTime(1795000000); });
-    row("syncHwclock", [](SystemSet &p) { p.syncHwclock(); });
-    row("setLanguage 1", [](SystemSet &p) { p.setLanguage(SystemSet::LANG_ENGLISH); });
-    row("reboot", [](SystemSet &p) { p.reboot(); });
-}
-
-void tst_SystemSet::logLines()
-{
-    QFETCH(std::function<void(SystemSet &)>, call);
-    QFETCH(QString, line);
+    // Calls that change or start something are logged, in memory and in the log file; getters are not.
     const QString logPath = m_dir.filePath(QStringLiteral("calls.log"));
     QFile::remove(logPath);
     PanelSimulator::setLogFile(logPath.toStdString());
-    const QByteArray err = captureStderr([&] { call(panel()); });
+    const QByteArray err = captureStderr([] {
+        panel().setGateway(SystemSet::NIC_LAN1, ip4(10, 0, 0, 254), false);
+        panel().getIp(SystemSet::NIC_LAN0);
+        panel().isBuzzerOn();
+        panel().getLanguage();
+        panel().reboot();
+    });
     PanelSimulator::setLogFile(std::string());
-
-    QCOMPARE(PanelSimulator::callLog(), std::vector<std::string>{line.toStdString()});
-    QCOMPARE(readFile(logPath), line.toUtf8() + '\n');
-    QCOMPARE(err.contains("reboot"), line == QLatin1String("reboot"));
-    // Getters are never logged.
-    panel().getIp(SystemSet::NIC_LAN0);
-    panel().isBuzzerOn();
-    panel().getLanguage();
-    QCOMPARE(PanelSimulator::callLog().size(), size_t(1));
+    QCOMPARE(PanelSimulator::callLog(), (std::vector<std::string>{"setGateway 2 10.0.0.254 0", "reboot"}));
+    QCOMPARE(readFile(logPath), QByteArray("setGateway 2 10.0.0.254 0\nreboot\n"));
+    QVERIFY2(err.contains("reboot"), err); // said on stderr, since nothing restarts
 }
 
 void tst_SystemSet::ssidsInTheLog_data()
@@ -409,38 +335,29 @@ void tst_SystemSet::scanAndReset()
         {"ssid": "A", "strength": 90, "secured": true, "password": "pa"},
         {"ssidHex": "c4e3bac3", "strength": 100},
         {"ssid": "A", "strength": 5, "secured": false}]}})"));
-    std::unique_ptr<std::vector<SystemSet::SsidInfo>> result;
-    std::atomic<bool> onWorker{false};
-    panel().scanWifi([&](std::unique_ptr<std::vector<SystemSet::SsidInfo>> list) {
-        onWorker = PanelSimulator::isCallbackThread();
-        result = std::move(list);
-    });
+    QStringList seen; // name in hex, password, strength, secured; "worker" when on the callback thread
+    const auto record = [&seen](std::unique_ptr<std::vector<SystemSet::SsidInfo>> list) {
+        seen << QLatin1String(PanelSimulator::isCallbackThread() ? "worker" : "GUI");
+        for (const auto &info : list ? *list : std::vector<SystemSet::SsidInfo>())
+            seen << QStringLiteral("%1 %2 %3 %4")
+                        .arg(QString::fromLatin1(QByteArray(info.ssid.data()).toHex()),
+                             QString::fromStdString(info.password))
+                        .arg(info.signal)
+                        .arg(info.encrypted);
+    };
+    panel().scanWifi(record);
     QVERIFY(PanelSimulator::waitForIdle(5000));
-    QVERIFY(onWorker);
-    QVERIFY(result);
-    QCOMPARE(result->size(), size_t(3));
-    QCOMPARE(QByteArray((*result)[0].ssid.data()), QByteArray("A"));
-    QCOMPARE((*result)[0].password, std::string("pa"));
-    QCOMPARE(int((*result)[0].signal), 90);
-    QCOMPARE(int((*result)[0].encrypted), 1);
-    QCOMPARE(QByteArray((*result)[1].ssid.data()), QByteArray::fromHex("c4e3bac3"));
-    QCOMPARE(int((*result)[1].signal), 100);
-    QCOMPARE(int((*result)[2].signal), 5);
-    QCOMPARE(int((*result)[2].encrypted), 0);
+    QCOMPARE(seen.join(QLatin1Char(',')), QStringLiteral("worker,41 pa 90 1,c4e3bac3  100 0,41  5 0"));
 
     // A reset disconnects at once and then reports a scan; "null" scans report no list.
     QVERIFY(PanelSimulator::loadStateJson(R"({"wifi": {"scan": "null"}, "delaysMs": {"reset": 10}})"));
-    bool called = false;
-    panel().resetWifi([&](std::unique_ptr<std::vector<SystemSet::SsidInfo>> list) {
-        called = true;
-        result = std::move(list);
-    });
+    seen.clear();
+    panel().resetWifi(record);
     QVERIFY(!panel().isWifiConnected());
     QCOMPARE(panel().currentWifiSsid()[0], '\0');
     QCOMPARE(panel().getIp(SystemSet::NIC_WIFI), HMI::IP(0));
     QVERIFY(PanelSimulator::waitForIdle(5000));
-    QVERIFY(called);
-    QVERIFY(!result);
+    QCOMPARE(seen, QStringList{QStringLiteral("worker")});
 }
 
 void tst_SystemSet::connectOutcomes_data()
@@ -485,42 +402,57 @@ void tst_SystemSet::connectOutcomes()
         QCOMPARE(panel().getIp(SystemSet::NIC_WIFI), ip4(172, 16, 4, 33));
 }
 
+void tst_SystemSet::persistenceRoundTrip_data()
+{
+    QTest::addColumn<QString>("adapter");
+    QTest::addColumn<int>("nic");
+    QTest::addColumn<bool>("dhcp"); // the mode written: the other one than the adapter's default
+    QTest::newRow("LAN0") << "LAN0" << 1 << true;
+    QTest::newRow("LAN1") << "LAN1" << 2 << false;
+    QTest::newRow("Wi-Fi") << "WIFI" << 4 << false;
+}
+
 void tst_SystemSet::persistenceRoundTrip()
 {
+    QFETCH(QString, adapter);
+    QFETCH(int, nic);
+    QFETCH(bool, dhcp);
+    const auto n = static_cast<SystemSet::NIC>(nic);
     const QString path = m_dir.filePath(QStringLiteral("roundtrip.json"));
     writeFile(path,
-              R"({"serial": "KEEP-ME", "extra": [1, 2], "adapters": {"LAN0": {"dhcp": true}, "VPN": {}}})");
+              QStringLiteral(R"({"serial": "KEEP-ME", "extra": [1, 2], "adapters": {"%1": {"dhcp": %2}, )"
+                             R"("VPN": {}}})")
+                  .arg(adapter, QLatin1String(dhcp ? "false" : "true"))
+                  .toUtf8());
     QVERIFY(PanelSimulator::loadStateFile(path.toStdString()));
     SystemSet &p = panel();
-    p.setDHCP(SystemSet::NIC_LAN0, false, nullptr, true);
-    p.setIp(SystemSet::NIC_LAN0, ip4(192, 168, 7, 9), true);
-    p.setSubnetMask(SystemSet::NIC_LAN0, ip4(255, 255, 0, 0), true);
-    p.setGateway(SystemSet::NIC_LAN0, ip4(192, 168, 0, 1), true);
-    p.setDns(SystemSet::NIC_LAN0, {ip4(1, 1, 1, 1), ip4(9, 9, 9, 9)});
+    p.setDHCP(n, dhcp, nullptr, true);
+    p.setIp(n, ip4(192, 168, 7, 9), true);
+    p.setSubnetMask(n, ip4(255, 255, 0, 0), true);
+    p.setGateway(n, ip4(192, 168, 0, 1), true);
+    p.setDns(n, {ip4(1, 1, 1, 1), ip4(9, 9, 9, 9)});
     p.enableNIC(SystemSet::NIC_VPN, true, true);
-    p.setBright(33, true);                                // kept as the nearest level
-    p.setIp(SystemSet::NIC_LAN1, ip4(10, 0, 0, 9), true); // this panel has no LAN1 to keep it for
+    p.setBright(33, true); // kept as the nearest level
+    const auto absent = static_cast<SystemSet::NIC>(nic == 1 ? 2 : 1);
+    p.setIp(absent, ip4(10, 0, 0, 9), true); // this panel has no such adapter to keep it for
     QVERIFY(PanelSimulator::waitForIdle(5000));
     QCOMPARE(QDir(m_dir.path()).entryList({QStringLiteral("*roundtrip*")}, QDir::Files | QDir::Hidden),
              QStringList{QStringLiteral("roundtrip.json")}); // no temporary file left behind
-
     const QJsonObject doc = QJsonDocument::fromJson(readFile(path)).object();
-    QCOMPARE(doc.value(QStringLiteral("serial")).toString(), QStringLiteral("KEEP-ME"));
     QCOMPARE(doc.value(QStringLiteral("extra")).toArray().size(), 2);
-    QCOMPARE(doc.value(QStringLiteral("brightness")).toInt(), 32);
-    QCOMPARE(doc[QStringLiteral("adapters")][QStringLiteral("LAN0")][QStringLiteral("static")]
-                [QStringLiteral("ip")]
-                    .toString(),
-             QStringLiteral("192.168.7.9"));
+    QCOMPARE(
+        doc[QStringLiteral("adapters")][adapter][QStringLiteral("static")][QStringLiteral("ip")].toString(),
+        QStringLiteral("192.168.7.9"));
 
+    // A fresh load reads back every persisted value, and what the simulator does not write stays.
     QVERIFY(PanelSimulator::loadStateFile(path.toStdString()));
-    QCOMPARE(p.getAllNIC(), int(SystemSet::NIC_LAN0 | SystemSet::NIC_VPN));
-    QVERIFY(!p.isDhcpOn(SystemSet::NIC_LAN0));
-    QCOMPARE(p.getIpFromEE(SystemSet::NIC_LAN0), ip4(192, 168, 7, 9));
-    QCOMPARE(p.getSubnetMaskFromEE(SystemSet::NIC_LAN0), ip4(255, 255, 0, 0));
-    QCOMPARE(p.getGatewayFromEE(SystemSet::NIC_LAN0), ip4(192, 168, 0, 1));
-    QCOMPARE(p.getIp(SystemSet::NIC_LAN0), ip4(192, 168, 7, 9));
-    QCOMPARE(p.getDns(SystemSet::NIC_LAN0), std::make_pair(ip4(1, 1, 1, 1), ip4(9, 9, 9, 9)));
+    QCOMPARE(p.getAllNIC(), nic | SystemSet::NIC_VPN);
+    QCOMPARE(p.isDhcpOn(n), dhcp);
+    QCOMPARE(p.getIpFromEE(n), ip4(192, 168, 7, 9));
+    QCOMPARE(p.getSubnetMaskFromEE(n), ip4(255, 255, 0, 0));
+    QCOMPARE(p.getGatewayFromEE(n), ip4(192, 168, 0, 1));
+    QCOMPARE(p.getIp(n) == ip4(192, 168, 7, 9), !dhcp); // the static address is in use without DHCP
+    QCOMPARE(p.getDns(n), std::make_pair(ip4(1, 1, 1, 1), ip4(9, 9, 9, 9)));
     QVERIFY(p.isNicEnabled(SystemSet::NIC_VPN));
     QCOMPARE(p.bright(), 32);
     QCOMPARE(p.getSerialNumber(), std::string("KEEP-ME"));
@@ -550,28 +482,16 @@ void tst_SystemSet::notPersistedStaysInMemory()
 
 void tst_SystemSet::outsideEditsSurvivePersistedChanges()
 {
+    // Before each persisted change of the screen another program edits the file: keys of its own (also inside
+    // an adapter), the language and the level. The change writes its own key only, over the file as it is
+    // then, and takes the other program's language.
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("merge.json"));
-    writeFile(path,
-              R"({"language": 1, "serial": "OUTSIDE", "adapters": {"LAN0": {}, "LAN1": {}, "WIFI": {}}})");
+    writeFile(path, R"({"serial": "OUTSIDE", "adapters": {"LAN0": {}, "LAN1": {}, "WIFI": {}}})");
     QVERIFY(PanelSimulator::loadStateFile(path.toStdString()));
     const QStringList adapters = {QStringLiteral("LAN0"), QStringLiteral("LAN1"), QStringLiteral("WIFI")};
-    const auto valueAt = [](const QJsonObject &doc, const QString &key) {
-        QJsonValue v = doc;
-        for (const QString &part : key.split(QLatin1Char('/')))
-            v = v.toObject().value(part);
-        return v;
-    };
-    const std::function<void(QJsonObject &, QStringList, const QJsonValue &)> setAt =
-        [&](QJsonObject &doc, QStringList key, const QJsonValue &v) {
-            const QString first = key.takeFirst();
-            QJsonObject inner = doc.value(first).toObject();
-            if (!key.isEmpty())
-                setAt(inner, key, v);
-            doc.insert(first, key.isEmpty() ? v : QJsonValue(inner));
-        };
-    // The screen's persisted changes: the key each writes (under the adapter's when it starts with a slash)
-    // and the value it writes there.
+    // Each change with the key it writes (under the adapter's when it starts with a slash) and its value
+    // there.
     using Change = std::function<QJsonValue(SystemSet &, SystemSet::NIC, HMI::IP)>;
     const std::vector<std::pair<const char *, Change>> changes = {
         {"/static/ip",
@@ -582,8 +502,7 @@ void tst_SystemSet::outsideEditsSurvivePersistedChanges()
          [](SystemSet &p, SystemSet::NIC n, HMI::IP v) { return p.setGateway(n, v, true), ipText(v); }},
         {"/dns",
          [](SystemSet &p, SystemSet::NIC n, HMI::IP v) {
-             p.setDns(n, {v, ~v});
-             return QJsonArray{ipText(v), ipText(~v)};
+             return p.setDns(n, {v, ~v}), QJsonArray{ipText(v), ipText(~v)};
          }},
         {"/enabled",
          [](SystemSet &p, SystemSet::NIC n, HMI::IP v) { return p.enableNIC(n, v & 1, true), bool(v & 1); }},
@@ -592,51 +511,44 @@ void tst_SystemSet::outsideEditsSurvivePersistedChanges()
         {"brightness", [](SystemSet &p, SystemSet::NIC,
                           HMI::IP v) { return p.setBright(int(v % 32) + 1, true), int(v % 32) + 1; }},
     };
-    // Every key with the value last written to it, by the other program or by the screen.
-    QMap<QString, QJsonValue> expected{{QStringLiteral("language"), 1},
-                                       {QStringLiteral("serial"), QStringLiteral("OUTSIDE")}};
-    QRandomGenerator random(20261121);
-    SystemSet &p = panel();
+    QMap<QString, QJsonValue> expected{{QStringLiteral("serial"), QStringLiteral("OUTSIDE")}};
+    const auto valueAt = [](const QJsonObject &doc, const QString &key) {
+        QJsonValue v = doc;
+        for (const QString &part : key.split(QLatin1Char('/')))
+            v = v.toObject().value(part);
+        return v;
+    };
+    int step = 0;
     const QByteArray err = captureStderr([&] {
-        for (int round = 0; round < 200; ++round) {
-            // Another program edits the file: keys of its own, also inside an adapter, the language, the
-            // level.
-            QJsonObject doc = QJsonDocument::fromJson(readFile(path)).object();
-            QMap<QString, QJsonValue> outside;
-            outside[random.bounded(3) == 0 ? QStringLiteral("adapters/%1/vendor%2")
-                                                 .arg(adapters[random.bounded(3)])
-                                                 .arg(random.bounded(3))
-                                           : QStringLiteral("x%1").arg(random.bounded(8))] =
-                random.bounded(2) ? QJsonValue(random.bounded(1000))
-                                  : QJsonValue(QString::number(random.generate(), 36));
-            if (random.bounded(2))
-                outside[QStringLiteral("language")] = random.bounded(2);
-            if (random.bounded(3) == 0)
-                outside[QStringLiteral("brightness")] = 1 + random.bounded(32);
-            for (auto it = outside.cbegin(); it != outside.cend(); ++it) {
-                setAt(doc, it.key().split(QLatin1Char('/')), it.value());
-                expected[it.key()] = it.value();
+        for (const auto &[key, change] : changes) {
+            for (int a = 0; a < 3; ++a, ++step) {
+                QJsonObject doc = QJsonDocument::fromJson(readFile(path)).object();
+                QJsonObject all = doc.value(QStringLiteral("adapters")).toObject();
+                QJsonObject own = all.value(adapters[a]).toObject();
+                own.insert(QStringLiteral("vendor"), step);
+                all.insert(adapters[a], own);
+                doc.insert(QStringLiteral("adapters"), all);
+                const QJsonObject outside{{QStringLiteral("x%1").arg(step % 4), step},
+                                          {QStringLiteral("language"), step % 2},
+                                          {QStringLiteral("brightness"), 1 + step}};
+                for (auto it = outside.begin(); it != outside.end(); ++it)
+                    doc.insert(it.key(), expected[it.key()] = it.value());
+                expected[QStringLiteral("adapters/%1/vendor").arg(adapters[a])] = step;
+                writeFile(path, QJsonDocument(doc).toJson(step % 2 ? QJsonDocument::Indented
+                                                                   : QJsonDocument::Compact));
+
+                const QString at = key[0] == '/'
+                                       ? QStringLiteral("adapters/") + adapters[a] + QLatin1String(key)
+                                       : QString::fromLatin1(key);
+                expected[at] = change(panel(), static_cast<SystemSet::NIC>(1 << a), ip4(10, 0, step, 1 + a));
+                const QJsonObject now = QJsonDocument::fromJson(readFile(path)).object();
+                for (auto it = expected.cbegin(); it != expected.cend(); ++it)
+                    QVERIFY2(valueAt(now, it.key()) == it.value(),
+                             qPrintable(at + QLatin1String(": ") + it.key()));
+                QCOMPARE(int(panel().getLanguage()), step % 2);
             }
-            writeFile(path, QJsonDocument(doc).toJson(random.bounded(2) ? QJsonDocument::Indented
-                                                                        : QJsonDocument::Compact));
-
-            // Then one persisted change on the screen.
-            const auto &[key, change] = changes[size_t(random.bounded(int(changes.size())))];
-            const int a = random.bounded(3);
-            const QString at = key[0] == '/' ? QStringLiteral("adapters/") + adapters[a] + QLatin1String(key)
-                                             : QString::fromLatin1(key);
-            expected[at] = change(p, static_cast<SystemSet::NIC>(1 << a), random.generate());
-
-            const QJsonObject now = QJsonDocument::fromJson(readFile(path)).object();
-            for (auto it = expected.cbegin(); it != expected.cend(); ++it)
-                QVERIFY2(valueAt(now, it.key()) == it.value(),
-                         qPrintable(QStringLiteral("round %1: %2").arg(round).arg(it.key())));
-            // The other program's language was taken before the screen's write.
-            QCOMPARE(int(p.getLanguage()), expected[QStringLiteral("language")].toInt());
         }
     });
-    if (QTest::currentTestFailed())
-        return;
     QVERIFY2(err.isEmpty(), err);
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden),
              QStringList{QStringLiteral("merge.json")});
@@ -709,12 +621,7 @@ void tst_SystemSet::badStateFiles_data()
 
     QTest::newRow("empty") << QByteArray() << QByteArray("at offset 0") << false;
     QTest::newRow("not JSON") << QByteArray("serial = 5\n") << QByteArray("not valid JSON") << false;
-    QTest::newRow("truncated") << QByteArray(R"({"brightness": 3, )") << QByteArray("at offset") << false;
     QTest::newRow("array") << QByteArray("[1, 2]") << QByteArray("not an object") << false;
-    QByteArray noise(4096, '\0');
-    for (int i = 0; i < noise.size(); ++i)
-        noise[i] = char((i * 7919 + 13) % 251);
-    QTest::newRow("random bytes") << noise << QByteArray("not valid JSON") << false;
     QTest::newRow("truncated after start")
         << QByteArray(R"({"brightness": 3, )") << QByteArray("at offset") << true;
     QTest::newRow("array after start") << QByteArray("[1, 2]") << QByteArray("not an object") << true;
@@ -759,21 +666,13 @@ void tst_SystemSet::wrongTypesKeepTheirDefaults()
         "defaultAdapter": "ETH9", "modem": {"signal": 1.5}, "wifi": {"networks": [3, {"ssidHex": "zz"}]},
         "delaysMs": {"scan": -1, "ping": 1e300}})");
     const QByteArray err = captureStderr([&] { QVERIFY(PanelSimulator::loadStateFile(path.toStdString())); });
-    const QList<QByteArray> expected = {"\"brightness\"",
-                                        "\"serial\"",
-                                        "\"adapters.LAN0.enabled\"",
-                                        "\"adapters.LAN0.mac\"",
-                                        "\"adapters.LAN0.static.ip\"",
-                                        "\"adapters.LAN0.dns\"",
-                                        "\"adapters.WIFI\"",
-                                        "\"defaultAdapter\"",
-                                        "\"modem.signal\"",
-                                        "\"wifi.networks[0]\"",
-                                        "\"wifi.networks[1].ssidHex\"",
-                                        "\"delaysMs.scan\"",
-                                        "\"delaysMs.ping\""};
+    const QList<QByteArray> expected =
+        QByteArray("brightness serial adapters.LAN0.enabled adapters.LAN0.mac adapters.LAN0.static.ip "
+                   "adapters.LAN0.dns adapters.WIFI defaultAdapter modem.signal wifi.networks[0] "
+                   "wifi.networks[1].ssidHex delaysMs.scan delaysMs.ping")
+            .split(' ');
     for (const QByteArray &key : expected)
-        QVERIFY2(err.contains(key), key + " not reported in:\n" + err);
+        QVERIFY2(err.contains('"' + key + '"'), key + " not reported in:\n" + err);
     QCOMPARE(err.count('\n'), expected.size());
     QVERIFY(err.contains(path.toUtf8()));
 
@@ -835,7 +734,6 @@ void tst_SystemSet::outOfRangeValues_data()
     QTest::newRow("scanned strength above") << QByteArray(scan).replace("%1", "250") << scanned << 100;
     QTest::newRow("scanned strength below") << QByteArray(scan).replace("%1", "-7") << scanned << 0;
     QTest::newRow("language 7 is English") << QByteArray(R"({"language": 7})") << language << 1;
-    QTest::newRow("language -1 is English") << QByteArray(R"({"language": -1})") << language << 1;
     QTest::newRow("language set to 7")
         << QByteArray(R"({"language": 0})")
         << Get([](SystemSet &p) { return p.setLanguage(SystemSet::Language(7)), int(p.getLanguage()); }) << 1;
@@ -844,15 +742,20 @@ void tst_SystemSet::outOfRangeValues_data()
         << Get([](SystemSet &p) { return p.setVPNServer(SystemSet::VPNServer(7)), int(p.getVPNServer()); })
         << 1;
     // Reported as they stand: the screen must cope with them.
-    QTest::newRow("modem signal") << QByteArray(R"({"modem": {"signal": 250}})")
-                                  << Get([](SystemSet &p) { return p.get4GSignal(SystemSet::NIC_4G); })
-                                  << 250;
+    const Get signal = [](SystemSet &p) { return p.get4GSignal(SystemSet::NIC_4G); };
+    const Get vpn = [](SystemSet &p) { return p.getVPNServerState(SystemSet::VPN_ASIA); };
+    QTest::newRow("modem signal") << QByteArray(R"({"modem": {"signal": 250}})") << signal << 250;
     QTest::newRow("modem state") << QByteArray(R"({"modem": {"state": -9}})")
                                  << Get([](SystemSet &p) { return p.get4GState(SystemSet::NIC_4G); }) << -9;
-    QTest::newRow("VPN state") << QByteArray(
-                                      R"({"vpn": {"state": 77}, "adapters": {"VPN": {"enabled": true}}})")
-                               << Get([](SystemSet &p) { return p.getVPNServerState(SystemSet::VPN_ASIA); })
-                               << 77;
+    const QByteArray vpnOn(R"("adapters": {"VPN": {"enabled": true}})");
+    QTest::newRow("VPN state") << R"({"vpn": {"state": 77}, )" + vpnOn + '}' << vpn << 77;
+    QTest::newRow("VPN state while disabled") << QByteArray(R"({"vpn": {"state": 5}})") << vpn << 0;
+    // Defaults that no page shows.
+    QTest::newRow("default modem signal") << QByteArray("{}") << signal << 75;
+    QTest::newRow("default VPN state") << '{' + vpnOn + '}' << vpn << 5;
+    QTest::newRow("default Wi-Fi MAC")
+        << QByteArray("{}") << Get([](SystemSet &p) { return int(p.getMac(SystemSet::NIC_WIFI)[5]); })
+        << 0x60;
     QTest::newRow("DHCP state") << QByteArray(R"({"dhcpState": 7, "delaysMs": {"dhcp": 0}})") << dhcp << 7;
 }
 
@@ -912,19 +815,6 @@ void tst_SystemSet::languageFollowsEditedFile()
     p.setLanguage(other);
     captureStderr([&] { p.setBright(3, true); });
     QCOMPARE(p.getLanguage(), other);
-}
-
-void tst_SystemSet::buzzerFromAnotherThread()
-{
-    std::thread worker([] { panel().setBuzzerOn(false); });
-    worker.join();
-    QVERIFY(!panel().isBuzzerOn());
-    std::vector<std::thread> many;
-    for (int i = 0; i < 8; ++i)
-        many.emplace_back([i] { panel().setBuzzerOn(i % 2 == 0); });
-    for (auto &t : many)
-        t.join();
-    QCOMPARE(PanelSimulator::callLog().size(), size_t(9));
 }
 
 QTEST_GUILESS_MAIN(tst_SystemSet)
