@@ -12,8 +12,16 @@ QQuickItem *findButton(QQuickItem *root, const QString &text)
 {
     if (!root || !root->isVisible())
         return nullptr;
-    if (root->inherits("QQuickAbstractButton") && root->property("text").toString() == text)
-        return root;
+    if (root->inherits("QQuickAbstractButton")) {
+        if (root->property("text").toString() == text)
+            return root;
+        // A button that shows its label in a text item of its own.
+        for (const QQuickItem *child : root->childItems()) {
+            if (child->inherits("QQuickText") && child->isVisible() &&
+                child->property("text").toString() == text)
+                return root;
+        }
+    }
     for (QQuickItem *child : root->childItems()) {
         if (QQuickItem *found = findButton(child, text))
             return found;

@@ -8,7 +8,7 @@ class QQuickWindow;
 /// Drives a shown settings screen the way a finger does, knowing it only by what it shows.
 namespace ScreenDriver {
 
-/// The visible button under @p root whose text is @p text, or null.
+/// The visible button under @p root whose text, or the text item it shows as its label, is @p text, or null.
 QQuickItem *findButton(QQuickItem *root, const QString &text);
 /// The item under @p root with the object name @p name, or null.
 QQuickItem *findByName(QQuickItem *root, const QString &name);

@@ -14,6 +14,7 @@ PACKAGES=(
   libqrcodegencpp-dev zbar-tools
   xvfb xauth fonts-wqy-microhei
   clang-14 libclang-rt-14-dev
+  valgrind
 )
 
 missing=()
