@@ -10,6 +10,9 @@
 #include "cards/CardVersion.h"
 #include "cards/CardWifi.h"
 #include "cards/LanguageModel.h"
+#include "controls/CIpInput.h"
+#include "controls/CMacInput.h"
+#include "controls/ComboBox.h"
 
 #include <QQmlEngine>
 #include <QtQuick/private/qquickanchors_p.h>
@@ -66,6 +69,15 @@ void wireWifi(AppRootItem *root, QQuickItem *item)
                      [back, wifi] { back->setVisible(wifi->isVisible()); });
 }
 
+/// The network card's parts: adapter buttons, address and MAC fields, the default-adapter list.
+void prepareNetwork(QQmlEngine *engine)
+{
+    CardNetwork::prepare(engine);
+    CIpInput::prepare(engine);
+    CMacInput::prepare(engine);
+    ComboBox::prepare(engine);
+}
+
 void networkShown(QQuickItem *item)
 {
     if (auto *network = qobject_cast<CardNetwork *>(item))
@@ -81,8 +93,9 @@ const std::array<AppRootItem::CardEntry, 9> &cardCatalogue()
         {"qrc:/setting/card/DateTime.qml", [] { registerCard<CardTime>("CardTime"); }},
         {"qrc:/setting/card/Buzzer.qml", [] { registerCard<CardBuzzer>("CardBuzzer"); }},
         {"qrc:/setting/card/Network.qml", [] { registerCard<CardNetwork>("CardNetwork"); }, &wireNetwork,
-         &networkShown},
-        {"qrc:/setting/card/NIC.qml", [] { registerCard<CardNIC>("CardNIC"); }},
+         &networkShown, &prepareNetwork},
+        {"qrc:/setting/card/NIC.qml", [] { registerCard<CardNIC>("CardNIC"); }, nullptr, nullptr,
+         &ComboBox::prepare},
         {"qrc:/setting/card/DNS.qml", [] { registerCard<CardDNS>("CardDNS"); }},
         {"qrc:/setting/card/Version.qml", [] { registerCard<CardVersion>("CardVersion"); }},
         {"qrc:/setting/card/Language.qml",

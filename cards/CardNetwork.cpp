@@ -170,6 +170,12 @@ QQmlComponent *nicButtonComponent(QQmlEngine *engine)
 
 } // namespace
 
+void CardNetwork::prepare(QQmlEngine *engine)
+{
+    if (engine)
+        nicButtonComponent(engine);
+}
+
 CardNetwork::CardNetwork(QQuickItem *parent)
     : BaseCard(parent)
 {
@@ -391,10 +397,9 @@ BeepSwitch *CardNetwork::addColumnItemSwitch(QQuickItem *row, bool on)
 
 CIpInput *CardNetwork::addColumnItemIp(QQuickItem *row, HMI::IP ip)
 {
-    CIpInput *input = CIpInput::create(GlobalInfo::instance().qmlEngine(), row);
+    CIpInput *input = CIpInput::create(GlobalInfo::instance().qmlEngine(), row, int(m_fontPixelSize * 0.9));
     if (!input)
         return nullptr;
-    input->setFontPixelSize(int(m_fontPixelSize * 0.9));
     input->setHeight(qRound(m_rowHeight * addressHeightFactor()));
     input->setIp(dotted(ip));
     anchorRight(input, row, m_fontPixelSize);
@@ -403,10 +408,9 @@ CIpInput *CardNetwork::addColumnItemIp(QQuickItem *row, HMI::IP ip)
 
 CMacInput *CardNetwork::addColumnItemMac(QQuickItem *row, const HMI::MAC &mac)
 {
-    CMacInput *input = CMacInput::create(GlobalInfo::instance().qmlEngine(), row);
+    CMacInput *input = CMacInput::create(GlobalInfo::instance().qmlEngine(), row, int(m_fontPixelSize * 0.9));
     if (!input)
         return nullptr;
-    input->setFontPixelSize(int(m_fontPixelSize * 0.9));
     input->setSize(QSizeF(qRound(m_rowHeight * 3.9), qRound(m_rowHeight * addressHeightFactor())));
     input->setMac(mac);
     anchorRight(input, row, m_fontPixelSize);

@@ -9,6 +9,7 @@
 #include <QString>
 
 class QColor;
+class QQmlEngine;
 class QQuickImage;
 class QQuickText;
 class QTimer;
@@ -75,6 +76,8 @@ public:
     /// Sets the interface's on/off switch from the system.
     Q_INVOKABLE void updateSwitchDisplay_EnableDisable(HMI::SystemSet::NIC nic);
     /// Sets the interface's "Static IP" switch from the system (on = not DHCP).
+    /// Compiles the adapter button's document for @p engine ahead of the first card.
+    static void prepare(QQmlEngine *engine);
     Q_INVOKABLE void updateSwitchDisplay_static(HMI::SystemSet::NIC nic);
     Q_INVOKABLE void updateSwitchDisplay_static(int nic) { updateSwitchDisplay_static(NIC(nic)); }
 

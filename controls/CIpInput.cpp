@@ -52,16 +52,34 @@ CIpInput::CIpInput(QQuickItem *parent)
     : QQuickItem(parent)
 {}
 
-CIpInput *CIpInput::create(QQmlEngine *engine, QQuickItem *parent)
+namespace {
+
+/// Compiled once for the engine that asks (the host's, which lives as long as the process).
+ComponentCache &ipInputDocument()
+{
+    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/flatui/IpInput.qml")),
+                                   &CIpInput::registerType);
+    return document;
+}
+
+} // namespace
+
+CIpInput *CIpInput::create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize)
 {
     if (!engine) {
         qWarning("QSP::CIpInput: no QML engine to create the address input in");
         return nullptr;
     }
-    // Compiled once for the engine that asks (the host's, which lives as long as the process).
-    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/flatui/IpInput.qml")),
-                                   &CIpInput::registerType);
-    return static_cast<CIpInput *>(document.createItem(engine, parent, staticMetaObject));
+    const auto setUp = [fontPixelSize](QQuickItem *item) {
+        if (fontPixelSize > 0)
+            static_cast<CIpInput *>(item)->setFontPixelSize(fontPixelSize);
+    };
+    return static_cast<CIpInput *>(ipInputDocument().createItem(engine, parent, staticMetaObject, setUp));
+}
+
+void CIpInput::prepare(QQmlEngine *engine)
+{
+    ipInputDocument().component(engine);
 }
 
 void CIpInput::registerType()

@@ -35,16 +35,34 @@ CMacInput::CMacInput(QQuickItem *parent)
     registerMacMetaType();
 }
 
-CMacInput *CMacInput::create(QQmlEngine *engine, QQuickItem *parent)
+namespace {
+
+/// Compiled once for the engine that asks (the host's, which lives as long as the process).
+ComponentCache &macInputDocument()
+{
+    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/flatui/MacInput.qml")),
+                                   &CMacInput::registerType);
+    return document;
+}
+
+} // namespace
+
+CMacInput *CMacInput::create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize)
 {
     if (!engine) {
         qWarning("QSP::CMacInput: no QML engine to create the MAC address input in");
         return nullptr;
     }
-    // Compiled once for the engine that asks (the host's, which lives as long as the process).
-    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/flatui/MacInput.qml")),
-                                   &CMacInput::registerType);
-    return static_cast<CMacInput *>(document.createItem(engine, parent, staticMetaObject));
+    const auto setUp = [fontPixelSize](QQuickItem *item) {
+        if (fontPixelSize > 0)
+            static_cast<CMacInput *>(item)->setFontPixelSize(fontPixelSize);
+    };
+    return static_cast<CMacInput *>(macInputDocument().createItem(engine, parent, staticMetaObject, setUp));
+}
+
+void CMacInput::prepare(QQmlEngine *engine)
+{
+    macInputDocument().component(engine);
 }
 
 void CMacInput::registerType()

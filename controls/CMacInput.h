@@ -22,8 +22,11 @@ public:
     explicit CMacInput(QQuickItem *parent = nullptr);
 
     /// Makes a control from MacInput.qml in @p engine's root context, owned by and shown in @p parent.
-    /// Null when the document cannot be loaded (reported once as a warning).
-    static CMacInput *create(QQmlEngine *engine, QQuickItem *parent);
+    /// A @p fontPixelSize above 0 is set before the fields are first laid out. Null when the document cannot
+    /// be loaded (reported once as a warning).
+    static CMacInput *create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize = 0);
+    /// Compiles MacInput.qml for @p engine ahead of the first create().
+    static void prepare(QQmlEngine *engine);
     /// Registers "CMacInput" in "QQuickSystemSet" 1.0, again on every call.
     static void registerType();
 

@@ -24,6 +24,7 @@
 #include <QtQuickTemplates2/private/qquickpopup_p.h>
 
 #include <algorithm>
+#include <memory>
 
 namespace QSP {
 
@@ -98,6 +99,9 @@ AppRootItem::AppRootItem(QQuickItem *parent)
         if (isVisible())
             Q_EMIT opened();
     });
+    m_prepareTimer.setSingleShot(true);
+    m_prepareTimer.setInterval(0);
+    connect(&m_prepareTimer, &QTimer::timeout, this, &AppRootItem::prepareNextCard);
 }
 
 AppRootItem::~AppRootItem()
@@ -181,6 +185,56 @@ void AppRootItem::open()
 {
     GlobalInfo::instance().checkExternalLanguageChange();
     setVisible(true);
+    prepareAfterNextFrame();
+}
+
+void AppRootItem::prepareAfterNextFrame()
+{
+    QQuickWindow *shownIn = window();
+    if (!shownIn || m_prepareTimer.isActive())
+        return;
+    // Once the screen is on show, the idle time until the user's first tap compiles the documents of the
+    // cards still to make, so that a page's first showing costs little more than a later one. The cards
+    // themselves are still made when their page is first shown.
+    auto once = std::make_shared<QMetaObject::Connection>();
+    *once = connect(
+        shownIn, &QQuickWindow::frameSwapped, this,
+        [this, once] {
+            disconnect(*once);
+            m_prepareTimer.start();
+        },
+        Qt::QueuedConnection);
+}
+
+void AppRootItem::prepareNextCard()
+{
+    if (!isVisible())
+        return; // resumed by the next opening
+    static constexpr std::array<Cards, 9> order{Card_Network,    Card_NIC,     Card_DNS,
+                                                Card_Language,   Card_Version, Card_Wifi,
+                                                Card_Brightness, Card_Time,    Card_Buzzer};
+    const auto next = std::find_if(order.begin(), order.end(),
+                                   [this](Cards card) { return !m_cards[card] && !m_cardComponents[card]; });
+    if (next == order.end())
+        return;
+    cardComponent(*next);
+    m_prepareTimer.start();
+}
+
+QQmlComponent *AppRootItem::cardComponent(Cards card)
+{
+    QQmlEngine *engine = GlobalInfo::instance().qmlEngine();
+    const CardEntry &entry = g_catalogue[card];
+    if (!engine || !entry.document)
+        return nullptr;
+    if (!m_cardComponents[card]) {
+        if (entry.registerTypes)
+            entry.registerTypes();
+        m_cardComponents[card] = new QQmlComponent(engine, QUrl(QString::fromLatin1(entry.document)), engine);
+        if (entry.prepare)
+            entry.prepare(engine);
+    }
+    return m_cardComponents[card];
 }
 
 QQmlEngine *AppRootItem::engine() const
@@ -297,19 +351,17 @@ void AppRootItem::addCard(Cards card)
 {
     // A card whose document failed is not tried again: one warning, and the page simply lacks it.
     static std::array<bool, 9> failed{};
-    QQmlEngine *engine = GlobalInfo::instance().qmlEngine();
-    const CardEntry &entry = g_catalogue[card];
-    if (m_cards[card] || failed[card] || !engine || !entry.document)
+    if (m_cards[card] || failed[card])
         return;
-    if (entry.registerTypes)
-        entry.registerTypes();
-    QQmlComponent component(engine, QUrl(QString::fromLatin1(entry.document)));
-    if (!component.isReady()) {
-        qWarning("%s", qPrintable(component.errorString()));
+    QQmlComponent *component = cardComponent(card);
+    if (!component)
+        return;
+    if (!component->isReady()) {
+        qWarning("%s", qPrintable(component->errorString()));
         failed[card] = true;
         return;
     }
-    m_cards[card] = addCard(&component);
+    m_cards[card] = addCard(component);
 }
 
 QQuickItem *AppRootItem::addCard(QQmlComponent *component)

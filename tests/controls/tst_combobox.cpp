@@ -2,7 +2,9 @@
 #include "ComponentCache.h"
 #include "ControlFixture.h"
 
+#include <QFile>
 #include <QQmlComponent>
+#include <QTemporaryDir>
 #include <QtQuick/private/qquickimage_p.h>
 #include <QtQuickTemplates2/private/qquickcombobox_p.h>
 
@@ -223,10 +225,13 @@ void tst_ComboBox::sharedComponent()
 {
     // The cache behind the controls: compiled once per engine, owned by it, a failure reported once per
     // engine.
-    QSP::ComponentCache good(QStringLiteral("import QtQuick 2.15\nItem {}"),
-                             QUrl(QStringLiteral("qrc:/Good.qml")));
-    QSP::ComponentCache bad(QStringLiteral("import QtQuick 2.15\nItem {"),
-                            QUrl(QStringLiteral("qrc:/Bad.qml")), QStringLiteral("prefix: "));
+    QTemporaryDir dir;
+    const QString badPath = dir.filePath(QStringLiteral("Bad.qml"));
+    QFile file(badPath);
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("import QtQuick 2.15\nItem {") > 0);
+    file.close();
+    QSP::ComponentCache good(QUrl(QStringLiteral("qrc:/setting/controls/InnerComboBox.qml")));
+    QSP::ComponentCache bad(QUrl::fromLocalFile(badPath), nullptr, QStringLiteral("prefix: "));
     QQmlEngine other;
     QQmlComponent *compiled = good.component(f.engine());
     QVERIFY(compiled && compiled->isReady());
@@ -235,7 +240,8 @@ void tst_ComboBox::sharedComponent()
     QCOMPARE(good.component(&other)->parent(), &other);
 
     for (QQmlEngine *engine : {f.engine(), &other}) {
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^prefix: qrc:/Bad.qml:\\d+ ")));
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression(QStringLiteral("^prefix: file://.*/Bad.qml:\\d+ ")));
         QCOMPARE(ControlFixture::countWarnings([&] {
                      QCOMPARE(bad.component(engine), nullptr);
                      QCOMPARE(bad.component(engine), nullptr);
