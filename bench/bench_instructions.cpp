@@ -157,11 +157,22 @@ int runScreen(QQuickWindow *window, const QSize &size, const QString &libraryPat
         });
 
     const bool menuFills = size.width() < 800;
+    // Buttons are looked for before a section, so that the search is not counted.
     const auto toPage = [&](const QString &page) {
-        if (QQuickItem *back = ScreenDriver::findByName(root, QStringLiteral("returnButton"));
-            menuFills && back && back->isVisible())
-            ScreenDriver::tap(window, back);
-        tap(window, root, page);
+        QQuickItem *back =
+            menuFills ? ScreenDriver::findByName(root, QStringLiteral("returnButton")) : nullptr;
+        if (back && !back->isVisible())
+            back = nullptr;
+        QQuickItem *button = back ? nullptr : ScreenDriver::findButton(root, page);
+        return [=] {
+            if (back) { // the menu fills the screen: back to it, then on to the page
+                ScreenDriver::tap(window, back);
+                if (QQuickItem *shown = ScreenDriver::findButton(root, page))
+                    ScreenDriver::tap(window, shown);
+            } else if (button) {
+                ScreenDriver::tap(window, button);
+            }
+        };
     };
     const auto qrPending = [root] { return !imageShown(root, QStringLiteral("barcodeImg.png")); };
     const std::vector<const char *> rounds =
@@ -171,7 +182,7 @@ int runScreen(QQuickWindow *window, const QSize &size, const QString &libraryPat
             const QString name = QString::fromLatin1(page);
             const QByteArray title = QByteArray(when) + " switch to " + page;
             section(
-                title.constData(), window, [&] { toPage(name); },
+                title.constData(), window, toPage(name),
                 name == QLatin1String("Version") ? std::function<bool()>(qrPending) : [] { return false; });
         }
     }
@@ -181,7 +192,7 @@ int runScreen(QQuickWindow *window, const QSize &size, const QString &libraryPat
         return 0;
     }
     // The Wi-Fi page: its first scan lists every network; each rescan replaces the whole list.
-    toPage(QStringLiteral("Network"));
+    toPage(QStringLiteral("Network"))();
     ScreenDriver::settle(g_settleMs);
     tap(window, root, QStringLiteral("Wi-Fi"));
     ScreenDriver::settle(g_settleMs);
