@@ -4,6 +4,7 @@
 #include "cards/CardNetwork.h"
 #include "controls/CIpInput.h"
 #include "shell/AppRootItem.h"
+#include "shell/DocumentPart.h"
 #include "systemset/MeyerSingleton.h"
 
 #include <QHostAddress>

@@ -10,6 +10,7 @@
 #include "controls/ComboBox.h"
 #include "shell/AppRootItem.h"
 #include "shell/ComponentCache.h"
+#include "shell/DocumentPart.h"
 #include "shell/GlobalInfo.h"
 #include "shell/OnGuiThread.h"
 #include "shell/Palette.h"
@@ -211,9 +212,9 @@ void CardNetwork::setFontPixelSize(int size)
 void CardNetwork::componentComplete()
 {
     BaseCard::componentComplete();
-    m_layout = qobject_cast<QQuickItem *>(property("layout").value<QObject *>());
-    m_nicButtonFlow = qobject_cast<QQuickItem *>(property("nicButtonFlow").value<QObject *>());
-    m_titleText = qobject_cast<QQuickText *>(property("titleText").value<QObject *>());
+    m_layout = documentPart<QQuickItem>(this, "layout");
+    m_nicButtonFlow = documentPart<QQuickItem>(this, "nicButtonFlow");
+    m_titleText = documentPart<QQuickText>(this, "titleText");
     if (m_titleText)
         setMultilingualText(m_titleText,
                             [] { return translated(QT_TRANSLATE_NOOP("CardNetwork", "Network")); });
@@ -278,7 +279,7 @@ void CardNetwork::addNicButton(NIC nic)
     button->setAutoExclusive(true);
     button->setHeight(m_rowHeight * 0.5);
     button->setProperty("fontSize", m_fontPixelSize);
-    if (auto *text = qobject_cast<QQuickText *>(button->property("txt").value<QObject *>()))
+    if (auto *text = documentPart<QQuickText>(button, "txt"))
         setMultilingualText(text, [nic] { return translated(nicLabel(nic)); });
     m_nicButtons.insert(nic, button);
     connect(button, &QQuickAbstractButton::clicked, this, [this, nic] {

@@ -7,6 +7,7 @@
 #include "controls/VkbManager.h"
 #include "shell/AppRootItem.h"
 #include "shell/BaseCard.h"
+#include "shell/DocumentPart.h"
 #include "shell/GlobalInfo.h"
 #include "shell/KeyPressFilter.h"
 #include "shell/OnGuiThread.h"
@@ -64,12 +65,6 @@ HMI::SystemSet &panel()
 QQuickAnchors *anchorsOf(QQuickItem *item)
 {
     return QQuickItemPrivate::get(item)->anchors();
-}
-
-template<typename T>
-T *part(const QObject *object, const char *name)
-{
-    return object ? qobject_cast<T *>(object->property(name).value<QObject *>()) : nullptr;
 }
 
 void centreVertically(QQuickItem *item, QQuickItem *in)
@@ -217,7 +212,7 @@ void CardWifi::addReturnButton()
     if (info.isMenuFill()) {
         button->setX(40);
     } else {
-        const QQuickItem *menu = root ? root->property("menuBar").value<QQuickItem *>() : nullptr;
+        const QQuickItem *menu = documentPart<QQuickItem>(root, "menuBar");
         button->setX((menu ? menu->width() : 0) + 20);
     }
     connect(button, &QQuickAbstractButton::pressed, button, [button] { button->setOpacity(0.6); });
@@ -239,7 +234,7 @@ void CardWifi::componentComplete()
 {
     QQuickControl::componentComplete();
 
-    m_column = part<QQuickBasePositioner>(this, "layout");
+    m_column = documentPart<QQuickBasePositioner>(this, "layout");
     if (m_column) {
         m_column->setY(12);
         QQuickAnchors *anchors = anchorsOf(m_column);
@@ -250,25 +245,25 @@ void CardWifi::componentComplete()
         connect(m_column, &QQuickItem::heightChanged, this, &CardWifi::onColumnHeightChanged);
     }
 
-    m_current = part<QQuickItem>(this, "current");
-    m_connectedWlanText = part<QQuickText>(this, "connectedWlanText");
+    m_current = documentPart<QQuickItem>(this, "current");
+    m_connectedWlanText = documentPart<QQuickText>(this, "connectedWlanText");
     setMultilingualText(m_connectedWlanText, [] { return translated("Connected Wi-Fi"); });
     if (m_connectedWlanText && m_connectedWlanText->parentItem())
         addResetButton(m_connectedWlanText->parentItem());
 
-    m_nearbyWlanText = part<QQuickText>(this, "nearbyWlanText");
+    m_nearbyWlanText = documentPart<QQuickText>(this, "nearbyWlanText");
     setMultilingualText(m_nearbyWlanText, [] { return translated("Nearby Wi-Fi"); });
-    m_scanButton = part<BeepButton>(this, "scanButton");
-    m_scanButtonImage = part<QQuickItem>(this, "scanButtonImage");
+    m_scanButton = documentPart<BeepButton>(this, "scanButton");
+    m_scanButtonImage = documentPart<QQuickItem>(this, "scanButtonImage");
     if (m_scanButton) {
         connect(m_scanButton, &QQuickAbstractButton::pressedChanged, this, &CardWifi::updateButtonsForState);
         connect(m_scanButton, &QQuickAbstractButton::clicked, this, &CardWifi::onClickScanWifi);
     }
 
-    m_spinner = part<QQuickImage>(this, "scaning");
+    m_spinner = documentPart<QQuickImage>(this, "scaning");
     if (m_spinner)
         m_spinner->setVisible(false);
-    m_nearWlanTxt = part<QQuickItem>(this, "nearWlanTxt");
+    m_nearWlanTxt = documentPart<QQuickItem>(this, "nearWlanTxt");
 
     connect(this, &CardWifi::cardStateChanged, this, &CardWifi::updateButtonsForState);
     updateButtonsForState();

@@ -3,6 +3,8 @@
 #include "controls/BeepButton.h"
 #include "controls/VkbManager.h"
 #include "shell/ComponentCache.h"
+#include "shell/DocumentPart.h"
+#include "shell/QmlTypes.h"
 
 #include <QColor>
 #include <QQmlEngine>
@@ -37,20 +39,14 @@ CMacInput::CMacInput(QQuickItem *parent)
 
 CMacInput *CMacInput::create(QQmlEngine *engine, QQuickItem *parent)
 {
-    if (!engine) {
-        qWarning("QSP::CMacInput: no QML engine to create the MAC address input in");
-        return nullptr;
-    }
-    // Compiled once for the engine that asks (the host's, which lives as long as the process).
-    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/flatui/MacInput.qml")),
-                                   &CMacInput::registerType);
-    return static_cast<CMacInput *>(document.createItem(engine, parent, staticMetaObject));
+    return createFromDocument<CMacInput>("qrc:/setting/flatui/MacInput.qml", engine, parent,
+                                         "MAC address input");
 }
 
 void CMacInput::registerType()
 {
     registerMacMetaType();
-    qmlRegisterType<CMacInput>("QQuickSystemSet", 1, 0, "CMacInput");
+    registerQmlType<CMacInput>("CMacInput");
 }
 
 QString CMacInput::macString() const
@@ -126,7 +122,7 @@ void CMacInput::onAccepted()
 void CMacInput::componentComplete()
 {
     QQuickItem::componentComplete();
-    m_input = qobject_cast<QQuickTextInput *>(property("input").value<QObject *>());
+    m_input = documentPart<QQuickTextInput>(this, "input");
     if (!m_input)
         return;
     connect(m_input, &QQuickTextInput::accepted, this, &CMacInput::onAccepted);

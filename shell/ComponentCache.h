@@ -43,4 +43,18 @@ private:
     bool m_warned = false;
 };
 
+/// A @p T made from its document at @p url in @p engine's root context, owned by and shown in @p parent. The
+/// document is compiled once for the engine that asks, after T::registerType(). Null when there is no engine
+/// (warned as "no QML engine to create the @p what in") or when the document cannot be used (warned once).
+template<typename T>
+T *createFromDocument(const char *url, QQmlEngine *engine, QQuickItem *parent, const char *what)
+{
+    if (!engine) {
+        qWarning("%s: no QML engine to create the %s in", T::staticMetaObject.className(), what);
+        return nullptr;
+    }
+    static ComponentCache document(QUrl(QString::fromLatin1(url)), &T::registerType);
+    return static_cast<T *>(document.createItem(engine, parent, T::staticMetaObject));
+}
+
 } // namespace QSP
