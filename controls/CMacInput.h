@@ -27,7 +27,7 @@ public:
     static CMacInput *create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize = 0);
     /// Compiles MacInput.qml for @p engine ahead of the first create().
     static void prepare(QQmlEngine *engine);
-    /// Registers "CMacInput" in "QQuickSystemSet" 1.0, again on every call.
+    /// Registers "CMacInput" in "QQuickSystemSet" 1.0 (and HMI::MAC as a meta-type); later calls do nothing.
     static void registerType();
 
     /// The field's text as shown, for example "00:1A:2B:3C:4D:5E".

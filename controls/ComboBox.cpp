@@ -4,6 +4,8 @@
 #include "shell/AppRootItem.h"
 #include "shell/ComponentCache.h"
 #include "shell/GlobalInfo.h"
+#include "shell/Palette.h"
+#include "shell/QmlTypes.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -18,7 +20,7 @@ namespace QSP {
 
 namespace {
 
-const QColor FIELD_BORDER(QLatin1String("#E2E2E2"));
+const QColor FIELD_BORDER(Palette::FieldBorder);
 const QColor OPEN_BORDER(QLatin1String("#6EA2E2"));
 
 /// The compiled documents, shared by every combo box. They belong to the engine they were compiled for, so
@@ -214,11 +216,7 @@ void ComboBox::updateSizes()
 
 void ComboBox::registerType()
 {
-    static bool registered = false;
-    if (registered)
-        return;
-    registered = true;
-    qmlRegisterType<ComboBox>("QQuickSystemSet", 1, 0, "ComboBox");
+    registerQmlType<ComboBox>("ComboBox");
 }
 
 } // namespace QSP

@@ -1,7 +1,9 @@
 #include "shell/AppRootItem.h"
 
 #include "shell/ComponentCache.h"
+#include "shell/DocumentPart.h"
 #include "shell/GlobalInfo.h"
+#include "shell/Palette.h"
 #include "systemset/MeyerSingleton.h"
 #include "systemset/SystemSet.h"
 
@@ -45,12 +47,6 @@ const char *const g_buttonsInfo[7][2] = {
 
 std::array<AppRootItem::CardEntry, 9> g_catalogue{};
 
-template<typename T>
-T *part(const QObject *object, const char *name)
-{
-    return object ? qobject_cast<T *>(object->property(name).value<QObject *>()) : nullptr;
-}
-
 QQuickAnchors *anchorsOf(QQuickItem *item)
 {
     return QQuickItemPrivate::get(item)->anchors();
@@ -93,7 +89,7 @@ AppRootItem::AppRootItem(QQuickItem *parent)
     : QQuickRectangle(parent)
 {
     g_root = this;
-    setColor(QColor(244, 245, 245));
+    setColor(QColor::fromRgba(Palette::Background));
     connect(this, &AppRootItem::currentPageChanged, this, &AppRootItem::changePage);
     connect(this, &QQuickItem::visibleChanged, this, [this] {
         if (isVisible())
@@ -150,13 +146,13 @@ void AppRootItem::init(QQmlEngine *engine)
     info.setQmlEngine(engine);
     m_engine = engine;
 
-    m_titleBar = part<QQuickItem>(this, "titleBar");
-    m_titleText = part<QQuickText>(this, "titleText");
-    m_menuBar = part<QQuickRectangle>(this, "menuBar");
-    m_cardsParent = part<QQuickItem>(this, "cardsParent");
-    m_cardPool = part<QQuickFlickable>(this, "cardPool");
-    m_settingsText = part<QQuickText>(this, "settingsText");
-    m_bottomContainer = part<QQuickItem>(m_menuBar, "bottomContainer");
+    m_titleBar = documentPart<QQuickItem>(this, "titleBar");
+    m_titleText = documentPart<QQuickText>(this, "titleText");
+    m_menuBar = documentPart<QQuickRectangle>(this, "menuBar");
+    m_cardsParent = documentPart<QQuickItem>(this, "cardsParent");
+    m_cardPool = documentPart<QQuickFlickable>(this, "cardPool");
+    m_settingsText = documentPart<QQuickText>(this, "settingsText");
+    m_bottomContainer = documentPart<QQuickItem>(m_menuBar, "bottomContainer");
 
     if (m_cardPool)
         m_cardPool->setPressDelay(200);
@@ -467,7 +463,7 @@ void AppRootItem::addSeparatorLine()
         return;
     auto *line = new QQuickRectangle(m_menuColumn);
     line->setHeight(1);
-    line->setColor(QColor(QStringLiteral("#F4F5F5")));
+    line->setColor(QColor::fromRgba(Palette::Background));
     const qreal margin = menuButtonMargin();
     line->setX(margin);
     line->setWidth((m_menuBar ? m_menuBar->width() : 0) - 2 * margin);
@@ -487,7 +483,7 @@ void AppRootItem::highlightMenuButton(MenuIndex page, bool on)
     if (portraitFill)
         background->setColor(Qt::white);
     else
-        background->setColor(on ? QColor(QStringLiteral("#F2F3F5")) : QColor(Qt::white));
+        background->setColor(on ? QColor::fromRgba(Palette::Highlight) : QColor(Qt::white));
     button->setProperty("imgUrl", QUrl(QString::fromLatin1(g_buttonsInfo[slot][on ? 1 : 0])));
 }
 
@@ -532,7 +528,7 @@ void AppRootItem::layoutMenuWidth()
     const GlobalInfo &info = GlobalInfo::instance();
     const bool portrait = info.isScreenPortrait();
     const bool fill = shouldMenuFill();
-    m_menuBar->setColor(portrait && fill ? QColor(QStringLiteral("#F4F5F5")) : QColor(Qt::white));
+    m_menuBar->setColor(portrait && fill ? QColor::fromRgba(Palette::Background) : QColor(Qt::white));
     const qreal f = portrait ? (fill ? 1.0 : 0.2625) : 0.205078125;
     m_menuBar->setWidth(width() * f);
 }
@@ -541,7 +537,7 @@ void AppRootItem::adjustMenu()
 {
     layoutMenuWidth();
     connect(this, &QQuickItem::widthChanged, this, &AppRootItem::layoutMenuWidth);
-    m_menuColumn = part<QQuickBasePositioner>(m_menuBar, "column");
+    m_menuColumn = documentPart<QQuickBasePositioner>(m_menuBar, "column");
 
     addMenuButton<MI_General>();
     addMenuButton<MI_Network>();

@@ -44,4 +44,28 @@ private:
     bool m_warned = false;
 };
 
+/// The document of @p T at @p url, compiled once for the engine that asks, after T::registerType().
+template<typename T>
+ComponentCache &documentOf(const char *url)
+{
+    static ComponentCache document(QUrl(QString::fromLatin1(url)), &T::registerType);
+    return document;
+}
+
+/// A @p T made from its document at @p url in @p engine's root context, owned by and shown in @p parent
+/// (@p beforeComplete, when given, sets it up before its bindings are first evaluated). Null when there is no
+/// engine (warned as "no QML engine to create the @p what in") or when the document cannot be used (warned
+/// once).
+template<typename T>
+T *createFromDocument(const char *url, QQmlEngine *engine, QQuickItem *parent, const char *what,
+                      const std::function<void(QQuickItem *)> &beforeComplete = {})
+{
+    if (!engine) {
+        qWarning("%s: no QML engine to create the %s in", T::staticMetaObject.className(), what);
+        return nullptr;
+    }
+    return static_cast<T *>(
+        documentOf<T>(url).createItem(engine, parent, T::staticMetaObject, beforeComplete));
+}
+
 } // namespace QSP
