@@ -26,7 +26,7 @@ const QColor NAME_COLOR(Palette::Text);
 // and drawing the rows (the new rows' first drawing costs about as much again as making them). The first
 // rows of a turn are made whatever they cost, so that a usual list shows complete at once; no turn makes more
 // than MAX_ROWS_PER_TURN, however cheap the rows come (reused ones cost next to nothing until laid out).
-constexpr qint64 ROW_BATCH_NS = 5 * 1000 * 1000;
+constexpr qint64 ROW_BATCH_NS = qint64(5) * 1000 * 1000;
 constexpr int MIN_ROWS_PER_TURN = 32;
 constexpr int MAX_ROWS_PER_TURN = 250;
 
