@@ -54,6 +54,7 @@ CardWifi::CardWifi(QQuickItem *parent)
     qRegisterMetaType<HMI::SSID>();
     connect(this, &CardWifi::wifiReset, this, &CardWifi::onWifiReset);
     connect(m_list, &WifiList::rowTapped, this, &CardWifi::onClickWifiItem);
+    connect(m_list, &WifiList::listed, this, &CardWifi::listingChanged);
     connect(m_connection, &WifiConnection::connectedChanged, this, &CardWifi::connectedChanged);
 
     const GlobalInfo &info = GlobalInfo::instance();
@@ -107,6 +108,12 @@ void CardWifi::setState(CardState state)
         return;
     m_cardState = state;
     Q_EMIT cardStateChanged();
+    Q_EMIT listingChanged();
+}
+
+bool CardWifi::isListing() const
+{
+    return m_cardState == Scanning || (m_list && m_list->isListing());
 }
 
 QQuickItem *CardWifi::returnButton() const

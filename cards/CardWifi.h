@@ -46,6 +46,8 @@ class CardWifi : public QQuickControl
     Q_PROPERTY(int fontSize READ fontSize WRITE setFontSize NOTIFY fontSizeChanged)
     /// Height of every row of the card, derived from the screen when the card was made.
     Q_PROPERTY(double rowHeight READ rowHeight CONSTANT)
+    /// Whether a scan is under way or its result is still being listed (false once every row shows it).
+    Q_PROPERTY(bool listing READ isListing NOTIFY listingChanged)
 
 public:
     /// What the card is doing.
@@ -145,7 +147,10 @@ public:
     /// A text of the card in the current language.
     static QString translated(const char *source);
 
+    bool isListing() const;
+
 Q_SIGNALS:
+    void listingChanged();
     void titleHeightChanged();
     void fontSizeChanged();
     void cardStateChanged();

@@ -101,10 +101,12 @@ void WifiList::addPendingRows()
         if (made >= MAX_ROWS_PER_TURN || (made >= MIN_ROWS_PER_TURN && turn.nsecsElapsed() >= ROW_BATCH_NS))
             break;
     }
-    if (m_pendingNext < count)
+    if (m_pendingNext < count) {
         m_rowTimer.start(); // the rest after the screen has had its turn
-    else
+    } else {
         m_pendingScan.reset();
+        Q_EMIT listed();
+    }
 }
 
 void WifiList::clear()

@@ -58,8 +58,12 @@ public:
     CardWifi::WIFI_INFO *findByCurrentSsid();
     /// The nearby networks that have their row so far (all of the last scan once it is listed).
     const QVector<CardWifi::WIFI_INFO> &entries() const { return m_entries; }
+    /// Whether records of the last result are still to be listed.
+    bool isListing() const { return bool(m_pendingScan); }
 
 Q_SIGNALS:
+    /// The last record of a result has its row.
+    void listed();
     /// The nearby row at list @p index was tapped.
     void rowTapped(int index);
 
