@@ -5,29 +5,12 @@
 #include "QVkbPluginLoader.h"
 
 #include <QProcess>
-#include <QQmlAbstractUrlInterceptor>
 #include <QQmlComponent>
-#include <QTemporaryDir>
 
 namespace {
 
 /// Set in the second run of a test program, the one with a test keyboard.
 const char KeyboardVariable[] = "QSP_TEST_WITH_KEYBOARD";
-
-/// Sends the engine to another file in place of one document.
-class RedirectingInterceptor : public QQmlAbstractUrlInterceptor
-{
-public:
-    RedirectingInterceptor(const QUrl &from, const QUrl &to)
-        : m_from(from)
-        , m_to(to)
-    {}
-    QUrl intercept(const QUrl &url, DataType) override { return url == m_from ? m_to : url; }
-
-private:
-    QUrl m_from;
-    QUrl m_to;
-};
 
 int g_warnings = 0;
 QtMessageHandler g_previousHandler = nullptr;
@@ -191,32 +174,4 @@ int ControlFixture::countWarnings(const std::function<void()> &action)
     action();
     qInstallMessageHandler(g_previousHandler);
     return g_warnings;
-}
-
-void ControlFixture::checkBrokenDocument(const QUrl &url, const QString &className,
-                                         const std::function<QObject *(QQmlEngine *)> &create)
-{
-    const QStringList documents{QStringLiteral("import QtQuick 2.15\nItem {\n"),
-                                QStringLiteral("import QtQuick 2.15\nItem {}\n")};
-    const QStringList warnings{
-        url.fileName() + QLatin1Char(':'),
-        QStringLiteral("QSP::%1: %2 did not make a %1").arg(className, url.toString())};
-    for (int i = 0; i < documents.size(); ++i) {
-        QTemporaryDir dir;
-        QFile file(dir.filePath(url.fileName()));
-        QVERIFY(dir.isValid() && file.open(QIODevice::WriteOnly));
-        file.write(documents[i].toUtf8());
-        file.close();
-        RedirectingInterceptor interceptor(url, QUrl::fromLocalFile(file.fileName()));
-        QQmlEngine engine;
-        engine.setUrlInterceptor(&interceptor);
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QRegularExpression::escape(warnings[i])));
-        std::unique_ptr<QObject> first, second;
-        QCOMPARE(countWarnings([&] {
-                     first.reset(create(&engine));
-                     second.reset(create(&engine));
-                 }),
-                 1);
-        QVERIFY(!first && !second);
-    }
 }

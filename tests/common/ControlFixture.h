@@ -72,10 +72,6 @@ public:
 
     /// How many warnings of category "default" @p action writes (they still go on to the test log).
     static int countWarnings(const std::function<void()> &action);
-    /// Checks that a document @p url which does not load, or makes no @p className, is reported by one
-    /// warning however often @p create asks for a control, and that no control is made.
-    static void checkBrokenDocument(const QUrl &url, const QString &className,
-                                    const std::function<QObject *(QQmlEngine *)> &create);
 
 private:
     std::unique_ptr<TestKeyboard> m_keyboard;

@@ -1,0 +1,496 @@
+#include "BeepButton.h"
+#include "BeepSwitch.h"
+#include "BrightButton.h"
+#include "CIpInput.h"
+#include "ComboBox.h"
+#include "ComponentCache.h"
+#include "ControlFixture.h"
+#include "Dialog.h"
+#include "PanelSimulator.h"
+
+#include <QQmlComponent>
+#include <QStyleHints>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QtQuick/private/qquickimage_p.h>
+#include <QtQuickTemplates2/private/qquickcombobox_p.h>
+
+#include <mutex>
+
+using HMI::PanelSimulator;
+using QSP::BeepButton;
+using QSP::BeepSwitch;
+
+namespace {
+
+QStringList namesOf(int count, const QString &prefix = QStringLiteral("Row"))
+{
+    QStringList names;
+    for (int i = 0; i < count; ++i)
+        names << prefix + QLatin1Char(' ') + QString::number(i);
+    return names;
+}
+
+/// The rows that the open list shows, top to bottom.
+QList<QQuickItem *> rowsOf(QQuickPopup *popup)
+{
+    auto *view = popup->contentItem()->property("contentItem").value<QQuickItem *>();
+    QList<QQuickItem *> rows;
+    for (QQuickItem *row : view->childItems()) {
+        if (row->isVisible() && row->inherits("QQuickAbstractButton"))
+            rows << row;
+    }
+    std::sort(rows.begin(), rows.end(), [](QQuickItem *a, QQuickItem *b) { return a->y() < b->y(); });
+    return rows;
+}
+
+} // namespace
+
+/// The touch controls besides the text fields: the buttons and the switch, which beep; the dialog; the combo
+/// box; and the cache of compiled documents behind them.
+class tst_Controls : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init() { QVERIFY(ControlFixture::setBuzzer(true)); }
+    void cleanup();
+
+    void clickBeeps_data();
+    void clickBeeps();
+    void beepSwitch();
+    void buzzerWriteRunsOffGuiThread();
+    void longPressBeeps();
+    void flatuiButtons();
+    void noKeyboardIsHarmless();
+    void dialogCloseButton_data();
+    void dialogCloseButton();
+    void dialogBody();
+    void comboBoxModel_data();
+    void comboBoxModel();
+    void comboBoxPick_data();
+    void comboBoxPick();
+    void comboBoxWithoutEngine();
+    void componentCache();
+    void popupsOfTheScreen();
+
+private:
+    template<typename T>
+    T *make(const QByteArray &qml)
+    {
+        m_item.reset(f.create(qml));
+        return qobject_cast<T *>(m_item.get());
+    }
+    QSP::Dialog *makeDialog()
+    {
+        m_dialog = std::make_unique<QSP::Dialog>(f.window()->contentItem());
+        m_dialog->setHeight(300);
+        m_dialog->setWidth(400);
+        return m_dialog.get();
+    }
+    /// A combo box of @p names at (20, 20), 200 × 40.
+    QQuickComboBox *makeComboBox(const QStringList &names)
+    {
+        m_combo = std::make_unique<QSP::ComboBox>(f.window()->contentItem());
+        m_combo->setPosition(QPointF(20, 20));
+        m_combo->setSize(QSizeF(200, 40));
+        m_combo->setStringListModel(names);
+        return m_combo->findChild<QQuickComboBox *>();
+    }
+
+    ControlFixture f;
+    std::unique_ptr<QObject> m_item;
+    std::unique_ptr<QSP::Dialog> m_dialog;
+    std::unique_ptr<QSP::ComboBox> m_combo;
+};
+
+void tst_Controls::initTestCase()
+{
+    BeepButton::registerType();
+    BeepSwitch::registerType();
+    QSP::BrightButton::registerType();
+    QSP::GlobalInfo::instance().setQmlEngine(f.engine());
+    QVERIFY(f.showWindow());
+}
+
+void tst_Controls::cleanup()
+{
+    m_item.reset();
+    m_dialog.reset();
+    m_combo.reset();
+}
+
+void tst_Controls::clickBeeps_data()
+{
+    QTest::addColumn<QByteArray>("qml");
+    QTest::addColumn<bool>("buzzer");
+    for (const bool buzzer : {true, false}) {
+        QTest::addRow("button, buzzer %d", buzzer)
+            << QByteArray("BeepButton { width: 100; height: 40 }") << buzzer;
+        QTest::addRow("switch, buzzer %d", buzzer)
+            << QByteArray("BeepSwitch { width: 100; height: 30 }") << buzzer;
+    }
+}
+
+void tst_Controls::clickBeeps()
+{
+    QFETCH(QByteArray, qml);
+    QFETCH(bool, buzzer);
+    auto *button = make<BeepButton>(qml);
+    QVERIFY(button);
+    QVERIFY(ControlFixture::setBuzzer(buzzer));
+    QVERIFY(ControlFixture::clickButton(button));
+    QCOMPARE(ControlFixture::beeps(), buzzer ? 1 : 0);
+    QCOMPARE(BeepButton::cachedBuzzerOn(), buzzer); // asked of the system on every click, and remembered
+    button->setAutoCloseVkb(false);                 // still beeps
+    QVERIFY(ControlFixture::clickButton(button));
+    QCOMPARE(ControlFixture::beeps(), buzzer ? 2 : 0);
+}
+
+void tst_Controls::beepSwitch()
+{
+    // Native reactions come first: the beep, then the toggle, then QML's onClicked.
+    auto *sw = make<BeepSwitch>("BeepSwitch { width: 100; height: 30; property var seen: []; "
+                                "onClicked: seen = seen.concat([on]) }");
+    QVERIFY(sw);
+    auto *track = qobject_cast<QQuickRectangle *>(sw->background());
+    auto *knob = qobject_cast<QQuickRectangle *>(sw->childItems().value(1));
+    QVERIFY(track && knob && knob != track);
+    QSignalSpy changed(sw, &BeepSwitch::onChanged);
+    for (const bool on : {true, false}) {
+        QVERIFY(ControlFixture::clickButton(sw));
+        // The knob in the track's right half when on, its left half when off; the track blue when on.
+        QCOMPARE(knob->x() >= 50, on);
+        QVERIFY(knob->x() >= 0 && knob->x() + knob->width() <= 100);
+        QCOMPARE(track->color(), QColor(QLatin1String(on ? "#3482FF" : "#C9CDD4")));
+    }
+    QCOMPARE(changed.count(), 2);
+    QCOMPARE(sw->property("seen").toList(), (QVariantList{true, false}));
+    QCOMPARE(ControlFixture::beeps(), 2);
+
+    // Disabled, it is drawn at half opacity and ignores touches.
+    sw->onChangeEnabled(false);
+    QCOMPARE(sw->opacity(), 0.5);
+    ControlFixture::click(sw);
+    QVERIFY(!sw->on());
+    QCOMPARE(ControlFixture::beeps(), 2);
+    sw->onChangeEnabled(true);
+    QCOMPARE(sw->opacity(), 1.0);
+    QVERIFY(ControlFixture::clickButton(sw));
+    QVERIFY(sw->on());
+}
+
+void tst_Controls::buzzerWriteRunsOffGuiThread()
+{
+    QVERIFY(BeepButton::isBuzzerOn());
+    std::mutex mutex;
+    QList<QThread *> threads;
+    PanelSimulator::setCallObserver([&](const std::string &line) {
+        std::lock_guard<std::mutex> lock(mutex);
+        if (line.rfind("setBuzzerOn", 0) == 0)
+            threads << QThread::currentThread();
+    });
+    BeepButton::setBuzzerOn(false);
+    // The write has finished when the call returns.
+    QCOMPARE(PanelSimulator::callLog(), std::vector<std::string>{"setBuzzerOn 0"});
+    QVERIFY(!MeyerSingleton<HMI::SystemSet>::instance().isBuzzerOn());
+    BeepButton::setBuzzerOn(true);
+    PanelSimulator::setCallObserver(nullptr);
+    QCOMPARE(threads.size(), 2);
+    QVERIFY(!threads.contains(QThread::currentThread()));
+}
+
+void tst_Controls::longPressBeeps()
+{
+    auto *button = make<QSP::BrightButton>("BrightButton { width: 60; height: 60 }");
+    QVERIFY(button);
+    QSignalSpy held(button, &QQuickAbstractButton::pressAndHold);
+    const QPoint centre = button->mapToScene(QPointF(30, 30)).toPoint();
+    QTest::mousePress(f.window(), Qt::LeftButton, Qt::NoModifier, centre);
+    QTRY_COMPARE_WITH_TIMEOUT(held.count(), 1,
+                              QGuiApplication::styleHints()->mousePressAndHoldInterval() + 2000);
+    QCOMPARE(ControlFixture::beeps(), 1);
+    QTest::mouseRelease(f.window(), Qt::LeftButton, Qt::NoModifier, centre);
+    QCOMPARE(ControlFixture::beeps(), 1); // the release after a long press is no click
+    QVERIFY(ControlFixture::clickButton(button));
+    QCOMPARE(ControlFixture::beeps(), 2);
+}
+
+void tst_Controls::flatuiButtons()
+{
+    // The adapter button is filled while checked.
+    auto *nic = make<BeepButton>("import \"qrc:/setting/flatui\"\nNICButton { height: 40; checkable: true }");
+    QVERIFY(nic);
+    QVERIFY(ControlFixture::clickButton(nic));
+    QVERIFY(nic->isChecked());
+    QCOMPARE(qobject_cast<QQuickRectangle *>(nic->background())->color(), QColor(QStringLiteral("#3482FF")));
+
+    // The brightness step button shows the icon of its direction.
+    auto *step = make<QSP::BrightButton>("import \"qrc:/setting/flatui\"\nBrightControlButton {}");
+    QVERIFY(step);
+    for (const bool increment : {true, false}) {
+        step->setProperty("isIncrement", increment);
+        QCOMPARE(step->background()->property("source").toUrl(),
+                 QUrl(increment ? QStringLiteral("qrc:/setting/icons/newincrease.png")
+                                : QStringLiteral("qrc:/setting/icons/newdecrease.png")));
+    }
+}
+
+void tst_Controls::noKeyboardIsHarmless()
+{
+    QSP::VkbManager &vkb = QSP::VkbManager::instance();
+    vkb.showVkb(true);
+    vkb.showVkb(false);
+    QVERIFY(!vkb.isVisible());
+    QCOMPARE(vkb.getHeight(), 0.0);
+}
+
+void tst_Controls::dialogCloseButton_data()
+{
+    QTest::addColumn<bool>("modal");
+    QTest::newRow("modeless") << false;
+    QTest::newRow("modal") << true;
+}
+
+void tst_Controls::dialogCloseButton()
+{
+    QFETCH(bool, modal);
+    QSP::Dialog *dialog = makeDialog();
+    dialog->setEnableCloseButton(true);
+    dialog->setModal(modal);
+    dialog->setClosePolicy(QQuickPopup::NoAutoClose);
+    dialog->setPosition(QPointF(100, 100));
+    QSignalSpy closed(dialog, &QQuickPopup::closed);
+    dialog->open();
+    QTRY_VERIFY(dialog->isOpened());
+    auto *button = dialog->findChild<BeepButton *>();
+    QVERIFY(button);
+    QCOMPARE(button->findChild<QQuickImage *>()->status(),
+             QQuickImage::Ready); // its icon is in the resources
+    QVERIFY(ControlFixture::clickButton(button));
+    QTRY_COMPARE(closed.count(), 1);
+    QCOMPARE(ControlFixture::beeps(), 1);
+
+    // It opens again with its close button, which hides and shows again without being made anew.
+    dialog->open();
+    QTRY_VERIFY(dialog->isOpened());
+    QVERIFY(button->isVisible());
+    dialog->setEnableCloseButton(false);
+    QVERIFY(!button->isVisible());
+    dialog->setProperty("enableCloseButton", true);
+    QVERIFY(button->isVisible());
+    QCOMPARE(dialog->findChildren<BeepButton *>(), QList<BeepButton *>{button});
+}
+
+void tst_Controls::dialogBody()
+{
+    // The body fills the dialog under the title bar and follows its width.
+    QSP::Dialog *dialog = makeDialog();
+    QSignalSpy changed(dialog, &QSP::Dialog::bodyItemChanged);
+    const auto fills = [dialog](QQuickItem *body) {
+        const QRectF r =
+            dialog->contentItem()->mapRectFromItem(body, QRectF(0, 0, body->width(), body->height()));
+        return body->parentItem() == dialog->contentItem() && r.top() > 0 && r.bottom() <= dialog->height() &&
+               r.left() >= 0 && r.width() >= dialog->width() - 2 && r.right() <= dialog->width();
+    };
+    auto *first = new QQuickItem;
+    dialog->setBodyItem(first);
+    dialog->setBodyItem(first);
+    QCOMPARE(changed.count(), 1);
+    QVERIFY(fills(first));
+    dialog->setWidth(520);
+    QVERIFY(fills(first));
+
+    // A second body replaces the first on screen; the first stays the dialog's, not lost.
+    QPointer<QQuickItem> second = new QQuickItem;
+    dialog->setProperty("bodyItem", QVariant::fromValue<QQuickItem *>(second));
+    QCOMPARE(changed.count(), 2);
+    QCOMPARE(dialog->bodyItem(), second.data());
+    QVERIFY(fills(second));
+    QCOMPARE(first->parentItem(), nullptr);
+    QCOMPARE(first->parent(), dialog->contentItem());
+
+    // A body that its user deletes is no longer the dialog's body.
+    delete second;
+    QCOMPARE(changed.count(), 3);
+    QCOMPARE(dialog->bodyItem(), nullptr);
+    const qreal width = first->width();
+    dialog->setWidth(280); // lays out without it
+    QCOMPARE(first->width(), width);
+}
+
+void tst_Controls::comboBoxModel_data()
+{
+    QTest::addColumn<int>("oldCount");
+    QTest::addColumn<int>("index");
+    QTest::addColumn<int>("newCount");
+    QTest::addColumn<int>("newIndex");
+    QTest::newRow("new combo box: nothing chosen") << 0 << -1 << 3 << -1;
+    QTest::newRow("same size") << 5 << 2 << 5 << 2;
+    QTest::newRow("shorter, index kept") << 5 << 2 << 3 << 2;
+    QTest::newRow("shorter, index beyond: nothing chosen") << 5 << 4 << 3 << -1;
+    QTest::newRow("emptied") << 3 << 1 << 0 << -1;
+}
+
+void tst_Controls::comboBoxModel()
+{
+    QFETCH(int, oldCount);
+    QFETCH(int, index);
+    QFETCH(int, newCount);
+    QFETCH(int, newIndex);
+    QQuickComboBox *inner = makeComboBox(namesOf(oldCount));
+    QVERIFY(inner);
+    m_combo->setCurrentIndex(index);
+    QSignalSpy indexChanged(m_combo.get(), &QSP::ComboBox::currentIndexChanged);
+    QSignalSpy modelChanged(m_combo.get(), &QSP::ComboBox::modelChanged);
+
+    // A new model keeps the position chosen before when it still has it; only a real change is reported.
+    const QStringList names = namesOf(newCount, QStringLiteral("New"));
+    m_combo->setStringListModel(names);
+    QCOMPARE(modelChanged.count(), 1);
+    QCOMPARE(m_combo->currentIndex(), newIndex);
+    QCOMPARE(indexChanged.count(), newIndex == index ? 0 : 1);
+    QCOMPARE(inner->count(), newCount);
+    QCOMPARE(inner->displayText(), names.value(newIndex));
+
+    // The relay is back in place after the replacement.
+    indexChanged.clear();
+    m_combo->setCurrentIndex(newCount - 1);
+    QCOMPARE(indexChanged.count(), newCount - 1 == newIndex ? 0 : 1);
+    QCOMPARE(inner->displayText(), names.value(newCount - 1));
+}
+
+void tst_Controls::comboBoxPick_data()
+{
+    QTest::addColumn<bool>("buzzer");
+    QTest::addColumn<int>("fontSize");
+    QTest::addColumn<int>("current");
+    QTest::addColumn<int>("pick");
+    QTest::newRow("buzzer on") << true << 20 << 1 << 2;
+    QTest::newRow("buzzer off") << false << 20 << 1 << 0;
+    QTest::newRow("larger font") << true << 26 << 0 << 2;
+    QTest::newRow("font size 0 refused") << true << 0 << 0 << 1;
+    QTest::newRow("current row again") << true << 20 << 1 << 1;
+}
+
+void tst_Controls::comboBoxPick()
+{
+    QFETCH(bool, buzzer);
+    QFETCH(int, fontSize);
+    QFETCH(int, current);
+    QFETCH(int, pick);
+    const QStringList names{QStringLiteral("LAN0"), QStringLiteral("LAN1"), QStringLiteral("WIFI")};
+    QQuickComboBox *inner = makeComboBox(names);
+    QVERIFY(inner);
+    QCOMPARE(qobject_cast<QQuickImage *>(inner->indicator())->status(), QQuickImage::Ready);
+    if (fontSize <= 0)
+        QTest::ignoreMessage(QtWarningMsg, "QSP::ComboBox: ignoring font pixel size 0, keeping 20");
+    m_combo->setFontPixelSize(fontSize);
+    const int font = fontSize > 0 ? fontSize : 20;
+    QCOMPARE(inner->font().pixelSize(), font);
+    m_combo->setCurrentIndex(current);
+    QQuickPopup *popup = inner->popup();
+    auto *field = qobject_cast<QQuickRectangle *>(inner->background());
+    QVERIFY(field);
+    const QColor fieldBorder = field->border()->color();
+    QVERIFY(ControlFixture::setBuzzer(buzzer));
+    QSignalSpy activated(m_combo.get(), &QSP::ComboBox::activated);
+    QSignalSpy indexChanged(m_combo.get(), &QSP::ComboBox::currentIndexChanged);
+
+    // A touch on the field beeps once, on the press, and opens the list; the field turns blue.
+    ControlFixture::click(m_combo.get());
+    QTRY_VERIFY(popup->isOpened());
+    QCOMPARE(ControlFixture::beeps(), buzzer ? 1 : 0);
+    QCOMPARE(field->border()->color(), QColor(QStringLiteral("#6EA2E2")));
+
+    // One row per name in the chosen font, the current one light blue.
+    QList<QQuickItem *> rows;
+    QTRY_COMPARE((rows = rowsOf(popup)).size(), names.size());
+    for (int i = 0; i < rows.size(); ++i) {
+        auto *background = qobject_cast<QQuickRectangle *>(rows[i]->childItems().value(0));
+        auto *text = qobject_cast<QQuickText *>(background ? background->childItems().value(0) : nullptr);
+        QVERIFY(text);
+        QCOMPARE(text->text(), names.at(i));
+        QCOMPARE(text->font().pixelSize(), font);
+        QCOMPARE(background->color(), QColor(QLatin1String(i == current ? "#A8CDF1" : "#FFFFFF")));
+    }
+
+    // Picking a row beeps again, then reports it; the list closes and the field is grey again.
+    QVERIFY(ControlFixture::clickButton(rows.at(pick)));
+    QCOMPARE(activated.count(), 1);
+    QCOMPARE(activated.first().first().toInt(), pick);
+    QCOMPARE(ControlFixture::beeps(), buzzer ? 2 : 0);
+    QCOMPARE(m_combo->currentIndex(), pick);
+    QCOMPARE(indexChanged.count(), pick == current ? 0 : 1);
+    QCOMPARE(inner->displayText(), names.at(pick));
+    QTRY_VERIFY(!popup->isVisible());
+    QCOMPARE(field->border()->color(), fieldBorder);
+}
+
+void tst_Controls::comboBoxWithoutEngine()
+{
+    QSP::GlobalInfo::instance().setQmlEngine(nullptr);
+    QTest::ignoreMessage(QtWarningMsg,
+                         "QSP::ComboBox: no QML engine has been set; the combo box stays empty");
+    QCOMPARE(ControlFixture::countWarnings([] {
+                 QSP::ComboBox combo; // reported once only
+                 QSP::ComboBox second;
+                 QSignalSpy modelChanged(&combo, &QSP::ComboBox::modelChanged);
+                 combo.setStringListModel(namesOf(3));
+                 combo.setCurrentIndex(1);
+                 QCOMPARE(combo.findChild<QQuickComboBox *>(), nullptr);
+                 QCOMPARE(modelChanged.count(), 0);
+                 QCOMPARE(combo.currentIndex(), -1);
+             }),
+             1);
+    QSP::GlobalInfo::instance().setQmlEngine(f.engine());
+    QVERIFY(makeComboBox(namesOf(1)));
+}
+
+void tst_Controls::componentCache()
+{
+    // Compiled once per engine and owned by it. A document that does not compile, or makes another class
+    // than asked for, makes nothing and is reported once per engine.
+    QTemporaryDir dir;
+    const auto document = [&dir](const char *name, const QByteArray &qml) {
+        QFile file(dir.filePath(QLatin1String(name)));
+        return file.open(QIODevice::WriteOnly) && file.write("import QtQuick 2.15\n" + qml) > 0
+                   ? QUrl::fromLocalFile(file.fileName())
+                   : QUrl();
+    };
+    QSP::ComponentCache good(document("Good.qml", "Item {}"));
+    QSP::ComponentCache broken(document("Broken.qml", "Item {"));
+    QSP::ComponentCache other(document("Other.qml", "Item {}"));
+    QSP::ComponentCache text(QStringLiteral("import QtQuick 2.15\nItem {"),
+                             QUrl(QStringLiteral("qrc:/Bad.qml")), QStringLiteral("prefix: "));
+    QQmlEngine second;
+    for (QQmlEngine *engine : {f.engine(), &second, f.engine()}) {
+        QQmlComponent *compiled = good.component(engine);
+        QVERIFY(compiled && compiled->isReady());
+        QCOMPARE(compiled->parent(), engine);
+        QCOMPARE(good.component(engine), compiled);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Broken.qml:\\d+ ")));
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression(QStringLiteral("Other.qml did not make a CIpInput")));
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^prefix: qrc:/Bad.qml:\\d+ ")));
+        QCOMPARE(
+            ControlFixture::countWarnings([&] {
+                for (int i = 0; i < 2; ++i) {
+                    QCOMPARE(broken.createItem(engine, nullptr, QSP::CIpInput::staticMetaObject), nullptr);
+                    QCOMPARE(other.createItem(engine, nullptr, QSP::CIpInput::staticMetaObject), nullptr);
+                    QCOMPARE(text.component(engine), nullptr);
+                }
+            }),
+            3);
+    }
+}
+
+void tst_Controls::popupsOfTheScreen()
+{
+    QVERIFY(f.checkRootPopup([this] { return makeDialog(); }));
+    QVERIFY(f.checkRootPopup([this] { return makeComboBox(namesOf(3))->popup(); }));
+}
+
+QTEST_MAIN(tst_Controls)
+#include "tst_controls.moc"

@@ -1,0 +1,499 @@
+#include "AppRootItem.h"
+#include "BeepButton.h"
+#include "CIpInput.h"
+#include "CMacInput.h"
+#include "ControlFixture.h"
+#include "TimeEditPopup.h"
+
+#include <cstdint>
+#include <limits>
+
+using HMI::MAC;
+using QSP::CIpInput;
+using QSP::CMacInput;
+using QSP::TimeEditPopup;
+
+namespace {
+
+const QString TimeFormat = QStringLiteral("yyyy-MM-dd hh:mm:ss");
+const QStringList TimeFields{QStringLiteral("year"), QStringLiteral("month"),  QStringLiteral("day"),
+                             QStringLiteral("hour"), QStringLiteral("minute"), QStringLiteral("second")};
+const QStringList IpFields{QStringLiteral("ip0"), QStringLiteral("ip1"), QStringLiteral("ip2"),
+                           QStringLiteral("ip3")};
+/// The steps that end an editing: the field gives up the focus and the keyboard goes.
+const QStringList EndSteps{QStringLiteral("key:Return"), QStringLiteral("key:Enter"),
+                           QStringLiteral("key:Esc"),    QStringLiteral("key:Hide"),
+                           QStringLiteral("touch:ok"),   QStringLiteral("close"),
+                           QStringLiteral("away")};
+
+QDateTime local(const QString &text)
+{
+    return QDateTime::fromString(text, TimeFormat);
+}
+
+QString dotted(quint32 address)
+{
+    return QStringLiteral("%1.%2.%3.%4")
+        .arg(address >> 24)
+        .arg((address >> 16) & 255)
+        .arg((address >> 8) & 255)
+        .arg(address & 255);
+}
+
+} // namespace
+
+/// The text fields: an address (CIpInput: four numbers), a MAC address (CMacInput: one field of six pairs)
+/// and the time popup (six numbers and "OK"), edited as a person does; run again with a keyboard.
+class tst_EditFields : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(f.showWindow()); }
+    void init();
+    void cleanup();
+
+    void editing_data();
+    void editing();
+    void setIp_data();
+    void setIp();
+    void declared();
+    void disabled_data();
+    void disabled();
+    void timeFillsFields();
+    void timeFitsOnScreen_data();
+    void timeFitsOnScreen();
+    void timePopupOfTheScreen();
+    void withKeyboard() { ControlFixture::rerunWithKeyboard(); }
+
+private:
+    /// "ip0" to "ip3": the address's numbers; "next": the third number of a second address; "mac"; a time
+    /// field's name, or "ok".
+    QQuickItem *find(const QString &name) const;
+    QQuickTextInput *input(const QString &name) const { return qobject_cast<QQuickTextInput *>(find(name)); }
+    /// The texts of the address ("ip"), the MAC address ("mac") or the time popup ("time").
+    QString shown(const QString &kind) const;
+    /// Plays steps as ControlFixture::play() does; "open" and "close" open and close the time popup, "away"
+    /// gives the focus to an item outside the controls.
+    bool run(const QString &steps);
+    void openPopup(const QDateTime &start);
+
+    ControlFixture f;
+    std::unique_ptr<CIpInput> m_ip, m_next;
+    std::unique_ptr<CMacInput> m_mac;
+    std::unique_ptr<TimeEditPopup> m_popup;
+};
+
+void tst_EditFields::init()
+{
+    QSP::GlobalInfo::instance().setScreenWidth(800);
+    QSP::GlobalInfo::instance().setScreenHeight(480);
+    QVERIFY(ControlFixture::setBuzzer(true));
+    m_ip.reset(f.create<CIpInput>());
+    m_next.reset(f.create<CIpInput>());
+    m_mac.reset(f.create<CMacInput>());
+    m_popup = std::make_unique<TimeEditPopup>(f.window()->contentItem());
+    QVERIFY(m_ip && m_next && m_mac);
+    m_ip->setPosition(QPointF(20, 20));
+    m_next->setPosition(QPointF(20, 80));
+    m_mac->setPosition(QPointF(20, 140));
+    m_mac->setSize(QSizeF(300, 40));
+    for (CIpInput *address : {m_ip.get(), m_next.get()})
+        address->setHeight(40);
+    m_popup->setY(200);
+    m_ip->setIp(QStringLiteral("192.168.1.20"));
+    m_mac->setMac(MAC{{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC}});
+}
+
+void tst_EditFields::cleanup()
+{
+    f.focusElsewhere();
+    m_popup.reset();
+    m_ip.reset();
+    m_next.reset();
+    m_mac.reset();
+}
+
+QQuickItem *tst_EditFields::find(const QString &name) const
+{
+    if (name.startsWith(QLatin1String("ip")))
+        return m_ip->property(name.toLatin1().replace("ip", "ipi").constData()).value<QQuickTextInput *>();
+    if (name == QLatin1String("next"))
+        return m_next->property("ipi2").value<QQuickTextInput *>();
+    if (name == QLatin1String("mac"))
+        return m_mac->property("input").value<QQuickTextInput *>();
+    if (name == QLatin1String("ok"))
+        return m_popup->confirmButton();
+    return m_popup->findChild<QQuickTextInput *>(name + QLatin1String("Input"));
+}
+
+QString tst_EditFields::shown(const QString &kind) const
+{
+    const bool ip = kind == QLatin1String("ip");
+    QStringList texts;
+    for (const QString &name : ip ? IpFields : kind == QLatin1String("mac") ? QStringList(kind) : TimeFields)
+        texts << input(name)->text();
+    return texts.join(QLatin1Char(ip ? '.' : ' '));
+}
+
+bool tst_EditFields::run(const QString &steps)
+{
+    for (const QString &step : steps.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+        if (step == QLatin1String("open") || step == QLatin1String("close")) {
+            const bool open = step == QLatin1String("open");
+            open ? m_popup->open() : m_popup->close();
+            if (!QTest::qWaitFor([&] { return m_popup->isOpened() == open; }))
+                return false;
+        } else if (step == QLatin1String("away")) {
+            f.focusElsewhere();
+        } else if (!f.play(step, [this](const QString &name) { return find(name); })) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void tst_EditFields::openPopup(const QDateTime &start)
+{
+    m_popup->setCurrentDateTime(start);
+    m_popup->open();
+    QTRY_VERIFY(m_popup->isOpened());
+}
+
+void tst_EditFields::editing_data()
+{
+    QTest::addColumn<QString>("steps");  // the first touches the control edited
+    QTest::addColumn<QString>("start");  // the address or time set before; empty: the usual one; "-": cleared
+    QTest::addColumn<QString>("shown");  // what the control's fields show at the end; empty: not checked
+    QTest::addColumn<QString>("report"); // what the control reported, comma-separated
+    QTest::addColumn<bool>("buzzer");
+
+    const auto row = [](const char *name, const QByteArray &steps, const char *shown,
+                        const QByteArray &report, const QByteArray &start = QByteArray(),
+                        bool buzzer = true) {
+        QTest::newRow(name) << QString::fromLatin1(steps) << QString::fromLatin1(start)
+                            << QString::fromLatin1(shown) << QString::fromLatin1(report) << buzzer;
+    };
+    // An address's numbers take 0 to 255; leaving the address reports it once when it changed.
+    row("ip: one number, Return", "touch:ip3 type:50 key:Return", "192.168.1.50", "192.168.1.50");
+    row("ip: four numbers, one report, Enter",
+        "touch:ip0 type:10 touch:ip1 type:0 touch:ip2 type:0 touch:ip3 type:1 key:Enter", "10.0.0.1",
+        "10.0.0.1");
+    row("ip: same number typed again", "touch:ip2 type:1 key:Return", "192.168.1.20", "");
+    row("ip: leading zero dropped", "touch:ip0 type:010 key:Return", "10.168.1.20", "10.168.1.20");
+    row("ip: letters, signs and 256 refused", "touch:ip3 type:a2.-5x6 key:Return", "192.168.1.25",
+        "192.168.1.25");
+    row("ip: Clear key, emptied becomes 0", "touch:ip2 key:Clear key:Return", "192.168.0.20", "192.168.0.20");
+    row("ip: Escape restores", "touch:ip3 type:99 key:Esc", "192.168.1.20", "");
+    row("ip: hide key restores", "touch:ip3 type:9 key:Hide", "192.168.1.20", "");
+    row("ip: Escape in the second number keeps the first", "touch:ip0 type:10 touch:ip1 type:99 key:Esc",
+        "10.168.1.20", "10.168.1.20");
+    row("ip: on to another address", "touch:ip0 type:10 touch:next type:3", "10.168.1.20", "10.168.1.20");
+    row("ip: untouched leading zero is decimal", "touch:ip3 type:9 key:Return", "010.0.0.9", "10.0.0.9",
+        "010.0.0.1");
+    row("ip: cleared, zeros confirmed", "touch:ip1 key:Return", "0.0.0.0", "0.0.0.0", "-");
+    row("ip: buzzer off", "touch:ip0 touch:ip3 key:Esc", "192.168.1.20", "", "", false);
+    // A MAC address is reported when Return or Enter confirm six whole pairs; else the old one comes back.
+    const char *const mac = "12:34:56:78:9A:BC";
+    row("mac: new address, Return", "touch:mac key:Home type:001a2b3c4d5e key:Return", "00:1a:2b:3c:4d:5e",
+        "00:1A:2B:3C:4D:5E");
+    row("mac: part typed, Enter", "touch:mac key:Home type:AABBCC key:Enter", "AA:BB:CC:78:9A:BC",
+        "AA:BB:CC:78:9A:BC");
+    row("mac: unchanged, Return, buzzer off", "touch:mac key:Return", mac, mac, "", false);
+    row("mac: non-hexadecimal refused", "touch:mac key:Home type:g-z: key:Return", mac, mac);
+    row("mac: Escape restores", "touch:mac key:Home type:ffff key:Esc", mac, "");
+    row("mac: hide key restores", "touch:mac key:Home type:ffff key:Hide", mac, "");
+    row("mac: unfinished, Return", "touch:mac key:End key:Backspace key:Backspace key:Return", mac, "");
+    row("mac: unfinished, focus taken", "touch:mac key:End key:Backspace key:Backspace away", mac, "");
+    // The time from 2024-01-31 10:20:30. Each field takes only digits that can still make a valid value,
+    // typed over the selected value.
+    row("year 2038", "touch:year type:2038", "2038 01 31 10 20 30", "");
+    row("year 2039: the 9 refused", "touch:year type:2039", "203 01 31 10 20 30", "");
+    row("year 1969: the 6 refused", "touch:year type:1969", "199 01 31 10 20 30", "");
+    row("year 3 refused, old value kept", "touch:year type:3", "2024 01 31 10 20 30", "");
+    row("year fifth digit, letters", "touch:year type:2a0b245", "2024 01 31 10 20 30", "");
+    row("month 13", "touch:month type:13", "2024 1 31 10 20 30", "");
+    row("month 00, sign", "touch:month type:0-0", "2024 0 31 10 20 30", "");
+    row("day 32", "touch:day type:32", "2024 01 3 10 20 30", "");
+    row("day 09", "touch:day type:09", "2024 01 09 10 20 30", "");
+    row("hour 24", "touch:hour type:24", "2024 01 31 2 20 30", "");
+    row("hour 123", "touch:hour type:123", "2024 01 31 12 20 30", "");
+    row("minute 60", "touch:minute type:60", "2024 01 31 10 6 30", "");
+    row("second 59 with colon", "touch:second type:5:9", "2024 01 31 10 20 59", "");
+    // Editing keys; Escape and the keyboard's hide key end the editing, not the popup.
+    row("Delete clears", "touch:month type:12 key:Del", "2024  31 10 20 30", "");
+    row("Clear clears", "touch:month type:12 key:Clear", "2024  31 10 20 30", "");
+    row("Escape", "touch:month type:12 key:Esc", "2024 12 31 10 20 30", "");
+    row("keyboard hide key", "touch:month type:12 key:Hide", "2024 12 31 10 20 30", "");
+    row("closed and opened again", "touch:second close open touch:second", "", "");
+    // The day is emptied when the year and month typed so far leave no room for it.
+    row("31, month 4", "touch:month type:4", "2024 4  10 20 30", "");
+    row("31, month 12", "touch:month type:12", "2024 12 31 10 20 30", "");
+    row("29, month 02 in 2023", "touch:month type:02", "2023 02  08 00 00", "", "2023-01-29 08:00:00");
+    row("29 February, year 2023", "touch:year type:2023", "2023 02  08 00 00", "", "2024-02-29 08:00:00");
+    row("29 February, year 2000", "touch:year type:2000", "2000 02 29 08 00 00", "", "2024-02-29 08:00:00");
+    row("month emptied", "touch:month key:Del", "2024  31 10 20 30", "");
+    row("year being typed", "touch:year key:Del touch:month type:2", " 2 31 10 20 30", "");
+    row("day typed after the month", "touch:month type:2 touch:day type:29", "2024 2 29 10 20 30", "");
+    row("refused, then typed again", "touch:day type:0 key:Enter touch:day type:1", "2024 01 1 10 20 30", "");
+    // "OK", or Return and Enter in a field, confirm a real date and time only.
+    const QByteArray edit = "touch:year type:2030 touch:month type:12 touch:day type:24 touch:hour type:18 "
+                            "touch:minute type:5 touch:second type:09 ";
+    const QByteArray start = "2024-01-31 10:20:30", edited = "2030-12-24 18:05:09";
+    row("unchanged, OK", "touch:ok", "2024 01 31 10 20 30", start);
+    row("unchanged, Return, buzzer off", "touch:hour key:Return", "", start, start, false);
+    row("edited, OK", edit + "touch:ok", "2030 12 24 18 05 09", edited);
+    row("edited, Return", edit + "key:Return", "", edited);
+    row("edited, Enter", edit + "key:Enter", "", edited);
+    row("Return in the year", "touch:year type:1999 key:Return", "", "1999-01-31 10:20:30");
+    row("29 February 2024", "touch:month type:2 touch:day type:29 touch:ok", "", "2024-02-29 10:20:30");
+    row("midnight", "touch:hour type:0 touch:minute type:0 touch:second type:0 touch:ok", "",
+        "2024-01-31 00:00:00");
+    row("day cleared by the month", "touch:month type:4 touch:ok", "", "");
+    row("31 April", "touch:day type:31 key:Return", "", "", "2024-04-10 08:00:00");
+    row("29 February 2023", "touch:day type:29 touch:ok", "", "", "2023-02-10 08:00:00");
+    row("day 0", "touch:day type:0 key:Enter", "", "");
+    row("year cut short", "touch:year type:203 key:Return", "", "");
+    row("hour empty", "touch:hour key:Del touch:ok", "", "");
+    row("second empty", "touch:second key:Del key:Return", "", "");
+    // The panel's clock holds seconds since 1970 in 32 bits: its last second is taken, the next one is not.
+    const QDateTime last =
+        QDateTime::fromSecsSinceEpoch(std::numeric_limits<std::int32_t>::max(), Qt::LocalTime);
+    row("last second of the clock", "touch:ok", "", last.toString(TimeFormat).toLatin1(),
+        last.toString(TimeFormat).toLatin1());
+    row("one second later", "touch:ok", "", "", last.addSecs(1).toString(TimeFormat).toLatin1());
+}
+
+void tst_EditFields::editing()
+{
+    QFETCH(QString, steps);
+    QFETCH(QString, start);
+    QFETCH(QString, shown);
+    QFETCH(QString, report);
+    QFETCH(bool, buzzer);
+
+    const QString target = steps.section(QLatin1Char(' '), 0, 0).mid(6);
+    const QString kind = target.startsWith(QLatin1String("ip")) ? QStringLiteral("ip")
+                         : target == QLatin1String("mac")       ? target
+                                                                : QStringLiteral("time");
+    const QDateTime startTime = local(start.isEmpty() ? QStringLiteral("2024-01-31 10:20:30") : start);
+    if (kind == QLatin1String("time"))
+        openPopup(startTime);
+    else if (start == QLatin1String("-"))
+        m_ip->clear();
+    else if (!start.isEmpty())
+        m_ip->setIp(start);
+    if (f.keyboard())
+        f.keyboard()->setLayoutType(VkbLayout_Number);
+    QStringList reports;
+    QObject context;
+    connect(m_ip.get(), &CIpInput::ipChangedByEdit, &context, [&](quint32 ip) { reports << dotted(ip); });
+    connect(m_mac.get(), &CMacInput::macChangedByEdit, &context,
+            [&](const MAC &mac) { reports << CMacInput::formatMac(mac); });
+    connect(m_popup.get(), &TimeEditPopup::dateTimeConfirmed, &context,
+            [&](const QDateTime &time) { reports << time.toString(TimeFormat); });
+    QSignalSpy ipChanged(m_ip.get(), &CIpInput::ipChanged);
+    QSignalSpy timeChanged(m_popup.get(), &TimeEditPopup::currentDateTimeChanged);
+    QSignalSpy keyboardShownOrHidden(&QSP::VkbManager::instance(), &QSP::VkbManager::visibleChanged);
+    QVERIFY(ControlFixture::setBuzzer(buzzer));
+
+    QVERIFY(run(steps));
+    // A touch on a field starts an editing unless one is under way, and the end steps end it: the keyboard
+    // is shown once for each and hidden at its end, however many fields were touched in between.
+    bool editing = false;
+    int shownAndHidden = 0;
+    QString lastField;
+    for (const QString &step : steps.split(QLatin1Char(' '))) {
+        const bool touch = step.startsWith(QLatin1String("touch:")) && step != QLatin1String("touch:ok");
+        lastField = touch ? step.mid(6) : lastField;
+        if (touch ? !editing : editing && EndSteps.contains(step)) {
+            editing = !editing;
+            ++shownAndHidden;
+        }
+    }
+    QVERIFY(editing ? f.window()->activeFocusItem() == find(lastField)
+                    : !qobject_cast<QQuickTextInput *>(f.window()->activeFocusItem()));
+    QTRY_VERIFY(f.keyboardShown(editing));
+    if (f.keyboard() && !lastField.isEmpty()) {
+        const int layout = kind == QLatin1String("ip")    ? VkbLayout_IPv4
+                           : kind == QLatin1String("mac") ? VkbLayout_Full
+                                                          : VkbLayout_DateTime;
+        QCOMPARE(int(f.keyboard()->layoutType()), layout);
+        QCOMPARE(keyboardShownOrHidden.count(), shownAndHidden);
+    }
+    // Every field touched beeps, and so does "OK"; keys and leaving are silent.
+    QCOMPARE(ControlFixture::beeps(), buzzer ? steps.count(QLatin1String("touch:")) : 0);
+    if (!shown.isEmpty())
+        QCOMPARE(this->shown(kind), shown);
+    QCOMPARE(reports.join(QLatin1Char(',')), report);
+    if (kind == QLatin1String("ip") && !editing) {
+        QCOMPARE(m_ip->ip(), shown);
+        QCOMPARE(ipChanged.count(), reports.size());
+    } else if (kind == QLatin1String("time")) {
+        // Confirmed, the popup closes with the new value; refused, it stays with the old one and says why,
+        // until the user types again.
+        QTRY_COMPARE(m_popup->isVisible(), report.isEmpty());
+        QCOMPARE(m_popup->currentDateTime(), report.isEmpty() ? startTime : local(report));
+        QCOMPARE(timeChanged.count(), int(!report.isEmpty() && local(report) != startTime));
+        const QString lastStep = steps.section(QLatin1Char(' '), -1);
+        const bool refused = report.isEmpty() && (lastStep == QLatin1String("touch:ok") ||
+                                                  lastStep == QLatin1String("key:Return") ||
+                                                  lastStep == QLatin1String("key:Enter"));
+        QCOMPARE(m_popup->refusalText()->isVisible(), refused);
+    }
+}
+
+void tst_EditFields::setIp_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("taken");
+    for (const char *text : {"10.0.0.1", "255.255.255.255", "010.0.0.08"})
+        QTest::newRow(text) << QString::fromLatin1(text) << true;
+    // The same address again, and what is not four decimal numbers from 0 to 255.
+    for (const char *text :
+         {"192.168.1.20", "10.0.0.256", "10.0.0.0001", "127.1", "1.2.3.4.5", "1..3.4", " 10.0.0.1"})
+        QTest::newRow(text) << QString::fromLatin1(text) << false;
+}
+
+void tst_EditFields::setIp()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, taken);
+    QSignalSpy changed(m_ip.get(), &CIpInput::ipChanged);
+    QSignalSpy edited(m_ip.get(), &CIpInput::ipChangedByEdit);
+    m_ip->setIp(text);
+    QCOMPARE(m_ip->ip(), taken ? text : QStringLiteral("192.168.1.20"));
+    QCOMPARE(shown(QStringLiteral("ip")), m_ip->ip());
+    QCOMPARE(changed.count(), int(taken));
+    QCOMPARE(edited.count(), 0);
+}
+
+void tst_EditFields::declared()
+{
+    // Cards declare the address document themselves; what the declaration sets reaches the fields.
+    std::unique_ptr<QObject> item(
+        f.create("import \"qrc:/setting/flatui\"\nIpInput { ip: \"172.16.5.9\"; enabled: false }"));
+    m_ip.reset(qobject_cast<CIpInput *>(item.release()));
+    QVERIFY(m_ip);
+    m_ip->setFontPixelSize(12);
+    QCOMPARE(shown(QStringLiteral("ip")), QStringLiteral("172.16.5.9"));
+    QCOMPARE(input(QStringLiteral("ip2"))->color(), QColor(0xB4, 0xB4, 0xB4));
+    QCOMPARE(input(QStringLiteral("ip3"))->font().pixelSize(), 12);
+    m_mac->setFontPixelSize(25);
+    QCOMPARE(input(QStringLiteral("mac"))->font().pixelSize(), 25);
+
+    // A MAC input declared without its document has no field: reading gives nothing, writing does nothing.
+    std::unique_ptr<QObject> bare(f.create("CMacInput {}"));
+    auto *mac = qobject_cast<CMacInput *>(bare.get());
+    QVERIFY(mac);
+    mac->setMac(MAC{{1, 2, 3, 4, 5, 6}});
+    mac->setEnabled(false);
+    mac->setFontPixelSize(30);
+    QCOMPARE(mac->mac(), MAC{});
+}
+
+void tst_EditFields::disabled_data()
+{
+    QTest::addColumn<QStringList>("fields");
+    QTest::newRow("address") << IpFields;
+    QTest::newRow("MAC") << QStringList(QStringLiteral("mac"));
+}
+
+void tst_EditFields::disabled()
+{
+    // Disabled, the digits are grey, the frames gone, and a touch does nothing; enabled again, the field
+    // touched is framed in the focus colour.
+    QFETCH(QStringList, fields);
+    const bool mac = fields.size() == 1;
+    const QString kind = mac ? QStringLiteral("mac") : QStringLiteral("ip");
+    const QString before = shown(kind);
+    const auto frameOf = [this](const QString &field) {
+        return qobject_cast<QQuickRectangle *>(find(field)->parentItem()->childItems().value(0));
+    };
+    const auto looks = [&](bool enabled) {
+        return std::all_of(fields.begin(), fields.end(), [&](const QString &field) {
+            return input(field)->isEnabled() == enabled && frameOf(field)->isVisible() == enabled &&
+                   input(field)->color() == (enabled ? QColor(0, 0, 0) : QColor(0xB4, 0xB4, 0xB4));
+        });
+    };
+    QSignalSpy ipEdited(m_ip.get(), &CIpInput::ipChangedByEdit);
+    QSignalSpy macEdited(m_mac.get(), &CMacInput::macChangedByEdit);
+    mac ? m_mac->setEnabled(false) : m_ip->setEnabled(false);
+    QVERIFY(looks(false));
+    QVERIFY(!run(QStringLiteral("touch:") + fields.last())); // the field takes no focus
+    QVERIFY(run(QStringLiteral("type:ff key:Return")));
+    QCOMPARE(ControlFixture::beeps() + ipEdited.count() + macEdited.count(), 0);
+    mac ? m_mac->setEnabled(true) : m_ip->setEnabled(true);
+    QVERIFY(looks(true));
+    QCOMPARE(shown(kind), before);
+    QVERIFY(run(QStringLiteral("touch:") + fields.last()));
+    QCOMPARE(frameOf(fields.last())->border()->color(), QColor(QStringLiteral("#3269CE")));
+    QCOMPARE(frameOf(fields.first())->border()->color() == QColor(QStringLiteral("#E2E2E2")), !mac);
+}
+
+void tst_EditFields::timeFillsFields()
+{
+    openPopup(local(QStringLiteral("2023-01-31 01:01:01"))); // the 31st, about to meet a February
+    QSignalSpy changed(m_popup.get(), &TimeEditPopup::currentDateTimeChanged);
+    const QDateTime leapDay = local(QStringLiteral("2024-02-29 07:08:00"));
+    m_popup->setCurrentDateTime(leapDay);
+    QCOMPARE(shown(QStringLiteral("time")), QStringLiteral("2024 02 29 07 08 00"));
+    // The same value again emits nothing, but still refills what the user had typed.
+    QVERIFY(run(QStringLiteral("touch:minute key:Del touch:hour type:1")));
+    m_popup->setCurrentDateTime(leapDay);
+    QCOMPARE(changed.count(), 1);
+    QCOMPARE(shown(QStringLiteral("time")), QStringLiteral("2024 02 29 07 08 00"));
+    m_popup->setCurrentDateTime(QDateTime());
+    QCOMPARE(shown(QStringLiteral("time")), QString(5, QLatin1Char(' ')));
+}
+
+void tst_EditFields::timeFitsOnScreen_data()
+{
+    QTest::addColumn<QSize>("screen");
+    QTest::addColumn<int>("rootWidth"); // 0: no settings screen around the popup
+    for (const QSize screen : {QSize(800, 480), QSize(1024, 600), QSize(480, 800), QSize(800, 1280)})
+        QTest::addRow("%dx%d", screen.width(), screen.height()) << screen << 0;
+    QTest::newRow("1920x1080, root 1280") << QSize(1920, 1080) << 1280;
+}
+
+void tst_EditFields::timeFitsOnScreen()
+{
+    QFETCH(QSize, screen);
+    QFETCH(int, rootWidth);
+    QSP::GlobalInfo::instance().setScreenWidth(screen.width());
+    QSP::GlobalInfo::instance().setScreenHeight(screen.height());
+    std::unique_ptr<QSP::AppRootItem> root(rootWidth > 0 ? new QSP::AppRootItem : nullptr);
+    if (root)
+        root->setWidth(rootWidth);
+    m_popup = std::make_unique<TimeEditPopup>(f.window()->contentItem());
+    QVERIFY(m_popup->width() <= (root ? rootWidth : screen.width()));
+    // The six fields and "OK" stand in one row inside the popup, left to right, none over another.
+    QQuickItem *content = m_popup->contentItem();
+    qreal left = 0;
+    for (const QString &name : TimeFields + QStringList(QStringLiteral("ok"))) {
+        QQuickItem *item = find(name);
+        const QRectF r = content->mapRectFromItem(item, QRectF(0, 0, item->width(), item->height()));
+        QVERIFY2(r.left() >= left && r.right() <= content->width() && r.top() >= 0 &&
+                     r.bottom() <= content->height(),
+                 qPrintable(name));
+        left = r.right();
+        QVERIFY(item->property("font").value<QFont>().pixelSize() <= r.height());
+    }
+}
+
+void tst_EditFields::timePopupOfTheScreen()
+{
+    QVERIFY(f.checkRootPopup(
+        [this] { return (m_popup = std::make_unique<TimeEditPopup>(f.window()->contentItem())).get(); }));
+    // "OK" and the refusal follow the language.
+    auto *label = qobject_cast<QQuickText *>(m_popup->confirmButton()->contentItem());
+    QVERIFY(label);
+    QSP::GlobalInfo::switchLanguage(QLocale(QLocale::Chinese, QLocale::China));
+    const QString chinese = label->text() + m_popup->refusalText()->text();
+    QSP::GlobalInfo::switchLanguage(QLocale(QLocale::English, QLocale::UnitedStates));
+    QCOMPARE(chinese, QStringLiteral("确定日期无效"));
+    QCOMPARE(label->text() + m_popup->refusalText()->text(), QStringLiteral("OKInvalid date"));
+}
+
+QTEST_MAIN(tst_EditFields)
+#include "tst_editfields.moc"
