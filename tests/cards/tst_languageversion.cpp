@@ -13,8 +13,6 @@
 #include <QtQuick/private/qquickimagebase_p.h>
 #include <QtTest>
 
-#include <algorithm>
-
 namespace {
 
 using Root = QSP::AppRootItem;
@@ -37,11 +35,11 @@ QQuickItem *shownItem(QQuickItem *under, const std::function<bool(QQuickItem *)>
 bool rowMarkedCurrent(QQuickItem *card)
 {
     const QUrl tick(QStringLiteral("qrc:/setting/icons/newtickgreen.png"));
-    const bool ticked = shownItem(card, [&](QQuickItem *i) { return i->property("source").toUrl() == tick; });
-    const bool highlighted = shownItem(card, [](QQuickItem *i) {
-        return i->inherits("QQuickRectangle") && i->property("color").value<QColor>() == QColor(0xF2F3F5);
-    });
-    return ticked && highlighted;
+    return shownItem(card, [&](QQuickItem *i) { return i->property("source").toUrl() == tick; }) &&
+           shownItem(card, [](QQuickItem *i) {
+               return i->inherits("QQuickRectangle") &&
+                      i->property("color").value<QColor>() == QColor(0xF2F3F5);
+           });
 }
 
 /// What a phone's reader finds in the image: the decoded text, or a null string when none.
@@ -78,16 +76,14 @@ private Q_SLOTS:
 
 private:
     QString qrFile() const { return m_tmp.path() + QStringLiteral("/barcodeImg.png"); }
+    /// A plain file where the temporary directory's parent should be makes every save fail.
     void useTempDir(bool writable)
     {
         qputenv("TMPDIR", (writable ? m_tmp.path() : m_tmp.path() + QStringLiteral("/blocker/sub")).toUtf8());
     }
-    /// Whether each of @p words is a visible text of the screen.
-    bool screenShows(std::initializer_list<const char *> words) const
+    bool shows(QQuickItem *under, const char *text) const
     {
-        const QStringList texts = ScreenFixture::visibleTexts(f.root());
-        return std::all_of(words.begin(), words.end(),
-                           [&texts](const char *word) { return texts.contains(QString::fromUtf8(word)); });
+        return ScreenFixture::findText(under, QString::fromUtf8(text)) != nullptr;
     }
 
     QTemporaryDir m_tmp;
@@ -96,33 +92,30 @@ private:
 
 void TestLanguageVersion::initTestCase()
 {
-    QVERIFY(m_tmp.isValid());
-    // A plain file where the temporary directory's parent should be makes every save fail.
     QFile blocker(m_tmp.path() + QStringLiteral("/blocker"));
-    QVERIFY(blocker.open(QIODevice::WriteOnly));
+    QVERIFY(m_tmp.isValid() && blocker.open(QIODevice::WriteOnly));
     useTempDir(true);
     QVERIFY(f.load(QSize(1024, 600)));
 }
 
 void TestLanguageVersion::versionCardFailures()
 {
+    // No image could be written: the number with the placeholder.
     const QRegularExpression saveFailed(QStringLiteral("could not write the QR code"));
     useTempDir(false);
     QTest::ignoreMessage(QtWarningMsg, saveFailed);
     QVERIFY(f.showPage(Root::MI_Version));
     QQuickItem *card = f.card(Root::Card_Version);
     QVERIFY(card);
-    QCOMPARE(card->property("serialNumber").toString(), QStringLiteral("HMI7-2026-000123"));
+    QVERIFY(shows(card, "HMI7-2026-000123") && shows(card, "QR Code"));
     QVERIFY(card->property("qrCodeUrl").toUrl().isEmpty());
-    QVERIFY(ScreenFixture::findText(card, QStringLiteral("QR Code")));
-
     QSignalSpy urlSpy(card, SIGNAL(qrCodeUrlChanged()));
     QVERIFY(urlSpy.isValid());
     useTempDir(true);
     QVERIFY(loadSerial(card, QStringLiteral("FIRST-1")));
     QCOMPARE(urlSpy.count(), 1);
     QCOMPARE(card->property("qrCodeUrl").toUrl(), QUrl::fromLocalFile(qrFile()));
-    QTRY_VERIFY(!ScreenFixture::findText(card, QStringLiteral("QR Code")));
+    QTRY_VERIFY(!shows(card, "QR Code"));
 
     // A later failure shows the new number but keeps the last image and its URL.
     useTempDir(false);
@@ -130,15 +123,14 @@ void TestLanguageVersion::versionCardFailures()
     QVERIFY(loadSerial(card, QStringLiteral("OTHER-1")));
     useTempDir(true);
     QCOMPARE(urlSpy.count(), 1);
-    QVERIFY(ScreenFixture::findText(card, QStringLiteral("OTHER-1")));
-    QVERIFY(!ScreenFixture::findText(card, QStringLiteral("QR Code")));
+    QVERIFY(shows(card, "OTHER-1") && !shows(card, "QR Code"));
     QCOMPARE(decodeQr(qrFile()), QStringLiteral("FIRST-1"));
 
     // A cloud icon that fails to load (Image.Error = 3) is marked by a red "!" until it loads (Ready = 1).
-    QVERIFY(!card->property("iconError").toBool());
     QSignalSpy iconSpy(card, SIGNAL(iconErrorChanged()));
     QVERIFY(iconSpy.isValid());
-    for (const auto &[status, marked] : {std::pair{3, true}, std::pair{3, true}, std::pair{1, false}}) {
+    for (const auto &[status, marked] :
+         {std::pair{1, false}, std::pair{3, true}, std::pair{3, true}, std::pair{1, false}}) {
         QVERIFY(QMetaObject::invokeMethod(card, "checkIconStatus", Q_ARG(int, status)));
         QQuickItem *mark = ScreenFixture::findText(card, QStringLiteral("!"));
         QCOMPARE(mark && mark->property("color").value<QColor>() == Qt::red, marked);
@@ -149,31 +141,27 @@ void TestLanguageVersion::versionCardFailures()
 void TestLanguageVersion::qrImageEncodesSerial_data()
 {
     QTest::addColumn<QString>("serial");
-    QTest::addColumn<QString>("shown");
     QTest::addColumn<QString>("encoded"); // null: a blank image, nothing a reader can find
-
     QString latin;
     for (int i = 0; i < 1300; ++i)
         latin += QLatin1Char(char('a' + i % 26));
-    const QString shortSerial = QStringLiteral("HMI7-0001"), qrCode = QStringLiteral("QR Code");
-    QTest::newRow("short") << shortSerial << shortSerial << shortSerial;
-    QTest::newRow("long") << latin.left(100) << latin.left(100) << latin.left(100);
-    QTest::newRow("empty") << QString() << QString() << QStringLiteral(" ");
-    QTest::newRow("placeholder's text") << qrCode << QString() << qrCode;
-    QTest::newRow("too long to fit") << latin.left(1000) << latin.left(1000) << QString();
-    QTest::newRow("more than a symbol holds") << latin << latin << QString();
+    QTest::newRow("short") << QStringLiteral("HMI7-0001") << QStringLiteral("HMI7-0001");
+    QTest::newRow("long") << latin.left(100) << latin.left(100);
+    QTest::newRow("empty") << QString() << QStringLiteral(" ");
+    QTest::newRow("placeholder's text, not shown") << QStringLiteral("QR Code") << QStringLiteral("QR Code");
+    QTest::newRow("too long to fit") << latin.left(1000) << QString();
+    QTest::newRow("more than a symbol holds") << latin << QString();
 }
 
 void TestLanguageVersion::qrImageEncodesSerial()
 {
     QFETCH(QString, serial);
-    QFETCH(QString, shown);
     QFETCH(QString, encoded);
-
     QVERIFY(f.showPage(Root::MI_Version));
     QQuickItem *card = f.card(Root::Card_Version);
     QVERIFY(card);
     QVERIFY(loadSerial(card, serial));
+    const QString shown = serial == QLatin1String("QR Code") ? QString() : serial;
     QCOMPARE(card->property("serialNumber").toString(), shown);
     QVERIFY(shown.isEmpty() || ScreenFixture::findText(card, shown));
     QCOMPARE(decodeQr(qrFile()), encoded);
@@ -188,18 +176,14 @@ void TestLanguageVersion::qrImageEncodesSerial()
     QTRY_COMPARE(onScreen->image().convertToFormat(QImage::Format_RGB32), image);
     QTRY_VERIFY(!ScreenFixture::visibleTexts(card).contains(QStringLiteral("QR Code")));
 
-    // Whole-pixel modules, black on white, with a white margin; blank when nothing fits.
-    int dark = 0;
+    // Whole-pixel modules, black on white, with a white margin.
     for (int y = 0; y < image.height(); ++y) {
         for (int x = 0; x < image.width(); ++x) {
-            const QRgb pixel = image.pixel(x, y);
-            QVERIFY(pixel == qRgb(0, 0, 0) || pixel == qRgb(255, 255, 255));
             const bool edge = x == 0 || y == 0 || x == image.width() - 1 || y == image.height() - 1;
-            QVERIFY(!edge || pixel == qRgb(255, 255, 255));
-            dark += pixel == qRgb(0, 0, 0);
+            QVERIFY(image.pixel(x, y) == qRgb(255, 255, 255) ||
+                    (!edge && image.pixel(x, y) == qRgb(0, 0, 0)));
         }
     }
-    QCOMPARE(dark > 0, !encoded.isNull());
 }
 
 void TestLanguageVersion::externalChineseAndBack_data()
@@ -217,13 +201,10 @@ void TestLanguageVersion::externalChineseAndBack()
     // changes nothing.
     QVERIFY(f.showPage(Root::MI_Language));
     QQuickItem *card = f.card(Root::Card_Language);
-    QVERIFY(card);
-    QQuickItem *row = ScreenFixture::findText(card, QStringLiteral("English"));
-    QVERIFY(row);
-    QVERIFY(rowMarkedCurrent(card));
+    QVERIFY(card && rowMarkedCurrent(card));
     QSignalSpy localeSpy(&QSP::GlobalInfo::instance(), &QSP::GlobalInfo::localeChanged);
     HMI::PanelSimulator::clearCallLog();
-    QVERIFY(f.clickButton(row));
+    QVERIFY(f.clickButton(ScreenFixture::findText(card, QStringLiteral("English"))));
     QObject *model = card->property("languageModel").value<QObject *>();
     QVERIFY(QMetaObject::invokeMethod(model, "setCurrentLanguage", Q_ARG(int, 1)));
     QVERIFY(QMetaObject::invokeMethod(model, "setCurrentLanguage", Q_ARG(int, -1)));
@@ -239,8 +220,7 @@ void TestLanguageVersion::externalChineseAndBack()
     }
     QCOMPARE(localeSpy.count(), 1);
     QVERIFY(f.showPage(Root::MI_Version));
-    QVERIFY(screenShows(
-        {"版本信息", "设置", "通用设置", "网络设置", "语言设置", "重启设备", "云信息", "序列号"}));
+    QVERIFY(shows(f.root(), "语言设置") && shows(f.root(), "序列号"));
     QVERIFY(f.showPage(Root::MI_Language));
     QVERIFY(!rowMarkedCurrent(card));
     QCOMPARE(ScreenFixture::calls("setLanguage"), 0);
@@ -250,11 +230,9 @@ void TestLanguageVersion::externalChineseAndBack()
     QVERIFY(f.clickButton(ScreenFixture::findText(card, QStringLiteral("English"))));
     QCOMPARE(ScreenFixture::calls("setLanguage"), 1);
     QCOMPARE(ScreenFixture::calls("setLanguage 1"), 1);
-    QVERIFY(screenShows({"Language", "Settings", "General", "Network", "Version", "Reboot"}));
-    QVERIFY(rowMarkedCurrent(card));
+    QVERIFY(shows(f.root(), "Language") && rowMarkedCurrent(card));
     QVERIFY(f.showPage(Root::MI_Version));
-    QVERIFY(screenShows({"Version", "Cloud Info", "Serial Number"}));
-    QVERIFY(!ScreenFixture::findText(f.root(), QStringLiteral("版本信息")));
+    QVERIFY(shows(f.root(), "Serial Number") && !shows(f.root(), "版本信息"));
 }
 
 QTEST_MAIN(TestLanguageVersion)

@@ -80,32 +80,6 @@ bool ControlFixture::clickButton(QQuickItem *button)
     return clicked.count() == 1;
 }
 
-bool ControlFixture::play(const QString &steps, const std::function<QQuickItem *(const QString &)> &find)
-{
-    for (const QString &step : steps.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
-        const QString argument = step.section(QLatin1Char(':'), 1);
-        if (step.startsWith(QLatin1String("touch:"))) {
-            QQuickItem *item = find(argument);
-            if (!item)
-                return false;
-            click(item);
-            if (item->inherits("QQuickTextInput") && !item->hasActiveFocus())
-                return false;
-        } else if (step.startsWith(QLatin1String("type:"))) {
-            for (const QChar c : argument)
-                QTest::keyClick(&m_window, c.toLatin1());
-        } else {
-            // 0x100000: the on-screen keyboard's hide key, which Qt has no name for.
-            const int key =
-                argument == QLatin1String("Hide") ? 0x100000 : QKeySequence::fromString(argument)[0];
-            if (!key)
-                return false;
-            QTest::sendKeyEvent(QTest::Click, &m_window, Qt::Key(key), QString(), Qt::NoModifier);
-        }
-    }
-    return true;
-}
-
 void ControlFixture::focusElsewhere()
 {
     m_elsewhere->forceActiveFocus();

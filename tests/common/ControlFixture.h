@@ -43,10 +43,6 @@ public:
     static void click(QQuickItem *item);
     /// Clicks the centre of @p button; true when it emitted exactly one clicked().
     static bool clickButton(QQuickItem *button);
-    /// Plays @p steps separated by spaces: "touch:NAME" clicks the item that @p find gives for NAME,
-    /// "type:TEXT" types TEXT, "key:NAME" presses a key named as in QKeySequence ("Hide": the keyboard's hide
-    /// key). False when an item is missing or a touched text field did not take the focus.
-    bool play(const QString &steps, const std::function<QQuickItem *(const QString &)> &find);
     /// Gives the active focus to an empty item of the window, away from every control.
     void focusElsewhere();
 

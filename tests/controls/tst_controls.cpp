@@ -57,12 +57,10 @@ private Q_SLOTS:
     void init() { QVERIFY(ControlFixture::setBuzzer(true)); }
     void cleanup();
 
-    void clickBeeps_data();
     void clickBeeps();
     void beepSwitch();
     void buzzerWriteRunsOffGuiThread();
     void longPressBeeps();
-    void flatuiButtons();
     void noKeyboardIsHarmless();
     void dialogCloseButton_data();
     void dialogCloseButton();
@@ -121,31 +119,18 @@ void tst_Controls::cleanup()
     m_combo.reset();
 }
 
-void tst_Controls::clickBeeps_data()
-{
-    QTest::addColumn<QByteArray>("qml");
-    QTest::addColumn<bool>("buzzer");
-    for (const bool buzzer : {true, false}) {
-        QTest::addRow("button, buzzer %d", buzzer)
-            << QByteArray("BeepButton { width: 100; height: 40 }") << buzzer;
-        QTest::addRow("switch, buzzer %d", buzzer)
-            << QByteArray("BeepSwitch { width: 100; height: 30 }") << buzzer;
-    }
-}
-
 void tst_Controls::clickBeeps()
 {
-    QFETCH(QByteArray, qml);
-    QFETCH(bool, buzzer);
-    auto *button = make<BeepButton>(qml);
+    auto *button = make<BeepButton>("BeepButton { width: 100; height: 40 }");
     QVERIFY(button);
-    QVERIFY(ControlFixture::setBuzzer(buzzer));
-    QVERIFY(ControlFixture::clickButton(button));
-    QCOMPARE(ControlFixture::beeps(), buzzer ? 1 : 0);
-    QCOMPARE(BeepButton::cachedBuzzerOn(), buzzer); // asked of the system on every click, and remembered
-    button->setAutoCloseVkb(false);                 // still beeps
-    QVERIFY(ControlFixture::clickButton(button));
-    QCOMPARE(ControlFixture::beeps(), buzzer ? 2 : 0);
+    for (const bool buzzer : {true, false}) {
+        QVERIFY(ControlFixture::setBuzzer(buzzer));
+        QVERIFY(ControlFixture::clickButton(button));
+        QCOMPARE(BeepButton::cachedBuzzerOn(), buzzer); // asked of the system on every click, and remembered
+        button->setAutoCloseVkb(!buzzer);               // beeps either way
+        QVERIFY(ControlFixture::clickButton(button));
+        QCOMPARE(ControlFixture::beeps(), buzzer ? 2 : 0);
+    }
 }
 
 void tst_Controls::beepSwitch()
@@ -215,26 +200,6 @@ void tst_Controls::longPressBeeps()
     QCOMPARE(ControlFixture::beeps(), 1); // the release after a long press is no click
     QVERIFY(ControlFixture::clickButton(button));
     QCOMPARE(ControlFixture::beeps(), 2);
-}
-
-void tst_Controls::flatuiButtons()
-{
-    // The adapter button is filled while checked.
-    auto *nic = make<BeepButton>("import \"qrc:/setting/flatui\"\nNICButton { height: 40; checkable: true }");
-    QVERIFY(nic);
-    QVERIFY(ControlFixture::clickButton(nic));
-    QVERIFY(nic->isChecked());
-    QCOMPARE(qobject_cast<QQuickRectangle *>(nic->background())->color(), QColor(QStringLiteral("#3482FF")));
-
-    // The brightness step button shows the icon of its direction.
-    auto *step = make<QSP::BrightButton>("import \"qrc:/setting/flatui\"\nBrightControlButton {}");
-    QVERIFY(step);
-    for (const bool increment : {true, false}) {
-        step->setProperty("isIncrement", increment);
-        QCOMPARE(step->background()->property("source").toUrl(),
-                 QUrl(increment ? QStringLiteral("qrc:/setting/icons/newincrease.png")
-                                : QStringLiteral("qrc:/setting/icons/newdecrease.png")));
-    }
 }
 
 void tst_Controls::noKeyboardIsHarmless()
