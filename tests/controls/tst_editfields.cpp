@@ -318,6 +318,7 @@ void tst_EditFields::editing()
         const VkbLayoutType layouts[] = {VkbLayout_IPv4, VkbLayout_Full, VkbLayout_DateTime};
         QCOMPARE(f.keyboard()->layoutType(), layouts[kind]);
         QCOMPARE(keyboardShownOrHidden.count(), shownAndHidden);
+        QCOMPARE(f.keyboard()->popup()->isModal(), !editing); // its own modality back when it hides
     }
     // Every field touched beeps, and so does "OK"; keys and leaving are silent.
     QCOMPARE(ControlFixture::beeps(), buzzer ? steps.count(QLatin1String("touch:")) : 0);
