@@ -7,6 +7,8 @@
 #include <QProcess>
 #include <QQmlComponent>
 
+#include <algorithm>
+
 namespace {
 
 /// Set in the second run of a test program, the one with a test keyboard.
@@ -19,11 +21,6 @@ void countWarning(QtMsgType type, const QMessageLogContext &context, const QStri
 {
     g_warnings += type == QtWarningMsg && qstrcmp(context.category, "default") == 0;
     g_previousHandler(type, context, message);
-}
-
-QPoint centreOf(QQuickItem *item)
-{
-    return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
 }
 
 } // namespace
@@ -66,15 +63,14 @@ QObject *ControlFixture::create(const QByteArray &qml)
 
 void ControlFixture::click(QQuickItem *item)
 {
-    QTest::mouseClick(item->window(), Qt::LeftButton, Qt::NoModifier, centreOf(item));
+    const QPointF centre(item->width() / 2, item->height() / 2);
+    QTest::mouseClick(item->window(), Qt::LeftButton, Qt::NoModifier, item->mapToScene(centre).toPoint());
 }
 
 bool ControlFixture::clickButton(QQuickItem *button)
 {
-    if (!button || !button->window())
-        return false;
     QSignalSpy clicked(button, SIGNAL(clicked()));
-    if (!clicked.isValid())
+    if (!clicked.isValid() || !button->window())
         return false;
     click(button);
     return clicked.count() == 1;
@@ -95,10 +91,8 @@ bool ControlFixture::setBuzzer(bool on)
 
 int ControlFixture::beeps()
 {
-    int count = 0;
-    for (const auto &line : HMI::PanelSimulator::callLog())
-        count += line == "beep 1";
-    return count;
+    const std::vector<std::string> log = HMI::PanelSimulator::callLog();
+    return int(std::count(log.begin(), log.end(), "beep 1"));
 }
 
 void ControlFixture::rerunWithKeyboard()

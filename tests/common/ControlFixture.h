@@ -1,6 +1,5 @@
 #pragma once
 
-// What the tests of the controls use besides their controls.
 #include "GlobalInfo.h"
 #include "TestKeyboard.h"
 #include "VkbManager.h"
@@ -16,9 +15,8 @@
 #include <functional>
 #include <memory>
 
-/// What the tests of the touch controls share: one shown, active window for the whole test program, controls
-/// made in it from QML text or by their create() factories, clicks and keys, the buzzer's beeps, and a second
-/// run of the program with a test keyboard (the keyboard manager looks for a keyboard once per process).
+/// What the tests of the touch controls share: one shown, active window, controls made in it, clicks, the
+/// buzzer's beeps, and a second run with a test keyboard (the keyboard manager looks for one once a process).
 class ControlFixture
 {
 public:

@@ -1,7 +1,6 @@
 #include "TestKeyboard.h"
 
 #include <QQuickWindow>
-#include <QtQuick/private/qquickrectangle_p.h>
 #include <QtQuickTemplates2/private/qquickpopup_p.h>
 
 TestKeyboard::TestKeyboard(qreal keyboardHeight)
@@ -28,12 +27,10 @@ void TestKeyboard::init(QQuickWindow *window, int z)
         m_popup->setY(window->height() - m_height);
     }
     m_popup->setHeight(m_height);
-    auto *keys = new QQuickRectangle;
-    keys->setParent(m_popup); // a content item is only parented visually; the popup owns the keys
-    keys->setHeight(m_height);
-    keys->setWidth(m_popup->width());
-    keys->setColor(QColor(QStringLiteral("#333333")));
-    m_popup->setContentItem(m_keys = keys);
+    m_keys = new QQuickItem;
+    m_keys->setParent(m_popup); // a content item is only parented visually; the popup owns the keys
+    m_keys->setSize(QSizeF(m_popup->width(), m_height));
+    m_popup->setContentItem(m_keys);
 }
 
 void TestKeyboard::setVisible(bool visible)

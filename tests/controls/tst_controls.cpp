@@ -59,7 +59,6 @@ private Q_SLOTS:
     void buttonBeeps();
     void beepSwitch();
     void buzzerWriteRunsOffGuiThread();
-    void noKeyboardIsHarmless();
     void dialog();
     void comboBoxModel_data();
     void comboBoxModel();
@@ -177,15 +176,6 @@ void tst_Controls::buttonBeeps()
                               QGuiApplication::styleHints()->mousePressAndHoldInterval() + 2000);
     QTest::mouseRelease(f.window(), Qt::LeftButton, Qt::NoModifier, centre);
     QCOMPARE(ControlFixture::beeps(), 2);
-}
-
-void tst_Controls::noKeyboardIsHarmless()
-{
-    QSP::VkbManager &vkb = QSP::VkbManager::instance();
-    vkb.showVkb(true);
-    vkb.showVkb(false);
-    QVERIFY(!vkb.isVisible());
-    QCOMPARE(vkb.getHeight(), 0.0);
 }
 
 void tst_Controls::dialog()

@@ -48,6 +48,7 @@ void tst_VkbManager::initTestCase()
     QVkbPluginLoader::instance()->setVkb(&m_keyboard);
     QSP::VkbManager::instance().showVkb(false); // hiding first loads nothing
     QCOMPARE(m_keyboard.initCalls, 0);
+    QCOMPARE(QSP::VkbManager::instance().getHeight(), 0.0);
 }
 
 void tst_VkbManager::showAndHide_data()
