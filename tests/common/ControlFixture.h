@@ -27,8 +27,8 @@ public:
     QQuickWindow *window() { return &m_window; }
     QQmlEngine *engine() { return &m_engine; }
 
-    /// An object made from @p qml (with QtQuick 2.15 and QQuickSystemSet 1.0 imported), owned by the window
-    /// and, when an item, shown in it; null, with the errors as a warning, when it cannot be made.
+    /// An object made from @p qml (QtQuick and QQuickSystemSet imported) in the window; null (warned) on
+    /// errors.
     QObject *create(const QByteArray &qml);
     /// A control made by T::create() in the window.
     template<typename T>
@@ -55,8 +55,7 @@ public:
     static void rerunWithKeyboard();
 
     /// Whether a popup made by @p make takes its z from GlobalInfo::rootPopupZ(), closes when the settings
-    /// root item hides, stays closed when the root item shows again, and still opens and closes once it is
-    /// gone.
+    /// root item hides, stays closed when it shows again, and still opens and closes once it is gone.
     bool checkRootPopup(const std::function<QQuickPopup *()> &make);
 
     /// How many warnings of category "default" @p action writes (they still go on to the test log).

@@ -215,14 +215,10 @@ void tst_EditFields::editing_data()
     row("day typed after the month", "touch:month type:2 touch:day type:29", "2024 2 29 10 20 30", "");
     row("refused, then typed again", "touch:day type:0 key:Enter touch:day type:1", "2024 01 1 10 20 30", "");
     // "OK", or Return and Enter in a field, confirm a real date and time only.
-    const QByteArray edit = "touch:year type:2030 touch:month type:12 touch:day type:24 touch:hour type:18 "
-                            "touch:minute type:5 touch:second type:09 ";
-    const QByteArray start = "2024-01-31 10:20:30", edited = "2030-12-24 18:05:09";
+    const QByteArray start = "2024-01-31 10:20:30";
     row("unchanged, OK", "touch:ok", "2024 01 31 10 20 30", start);
     row("unchanged, Return, buzzer off", "touch:hour key:Return", "", start, start, false);
-    row("edited, OK", edit + "touch:ok", "2030 12 24 18 05 09", edited);
-    row("edited, Enter", edit + "key:Enter", "", edited);
-    row("Return in the year", "touch:year type:1999 key:Return", "", "1999-01-31 10:20:30");
+    row("Enter in the year", "touch:year type:1999 key:Enter", "", "1999-01-31 10:20:30");
     row("29 February 2024", "touch:month type:2 touch:day type:29 touch:ok", "", "2024-02-29 10:20:30");
     row("midnight", "touch:hour type:0 touch:minute type:0 touch:second type:0 touch:ok", "",
         "2024-01-31 00:00:00");
@@ -320,20 +316,18 @@ void tst_EditFields::editing()
 
 void tst_EditFields::setIp_data()
 {
+    // Taken ("+"): four decimal numbers from 0 to 255. Not: the same address again, anything else.
     QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("taken");
-    for (const char *text : {"10.0.0.1", "255.255.255.255", "010.0.0.08"})
-        QTest::newRow(text) << QString::fromLatin1(text) << true;
-    // The same address again, and what is not four decimal numbers from 0 to 255.
-    for (const char *text :
-         {"192.168.1.20", "10.0.0.256", "10.0.0.0001", "127.1", "1.2.3.4.5", "1..3.4", " 10.0.0.1"})
-        QTest::newRow(text) << QString::fromLatin1(text) << false;
+    for (const char *text : {"+10.0.0.1", "+255.255.255.255", "+010.0.0.08", "192.168.1.20", "10.0.0.256",
+                             "10.0.0.0001", "127.1", "1.2.3.4.5", "1..3.4", " 10.0.0.1"})
+        QTest::newRow(text) << QString::fromLatin1(text);
 }
 
 void tst_EditFields::setIp()
 {
     QFETCH(QString, text);
-    QFETCH(bool, taken);
+    const bool taken = text.startsWith(QLatin1Char('+'));
+    text.remove(QLatin1Char('+'));
     QSignalSpy edited(m_ip.get(), &CIpInput::ipChangedByEdit);
     m_ip->setIp(text);
     QCOMPARE(m_ip->ip(), taken ? text : QStringLiteral("192.168.1.20"));
