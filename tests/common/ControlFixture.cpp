@@ -113,7 +113,6 @@ void ControlFixture::rerunWithKeyboard()
 bool ControlFixture::checkRootPopup(const std::function<QQuickPopup *()> &make)
 {
     auto *root = new QSP::AppRootItem(m_window.contentItem());
-    root->setSize(m_window.size());
     QSP::GlobalInfo &info = QSP::GlobalInfo::instance();
     const int z = info.rootPopupZ();
     info.setRootPopupZ(4321);

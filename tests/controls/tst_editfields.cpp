@@ -49,7 +49,7 @@ private Q_SLOTS:
     void editing();
     void setIp_data();
     void setIp();
-    void fontSizes();
+    void declared();
     void disabled_data();
     void disabled();
     void timeFillsFields();
@@ -287,7 +287,6 @@ void tst_EditFields::editing()
     QTRY_VERIFY(f.keyboard() ? f.keyboard()->isVisible() == editing
                              : !QSP::VkbManager::instance().isVisible());
     if (f.keyboard() && !lastField.isEmpty()) {
-        // The layout of the field touched last.
         const VkbLayoutType layout = lastField.startsWith(QLatin1String("ip")) ? VkbLayout_IPv4
                                      : lastField == QLatin1String("mac")       ? VkbLayout_Full
                                                                                : VkbLayout_DateTime;
@@ -300,9 +299,9 @@ void tst_EditFields::editing()
     if (!shown.isEmpty())
         QCOMPARE(this->shown(kind), shown);
     QCOMPARE(reports.join(QLatin1Char(',')), report);
-    if (kind == Ip && !editing) {
+    if (kind == Ip && !editing)
         QCOMPARE(m_ip->ip(), shown);
-    } else if (kind == Time) {
+    if (kind == Time) {
         // Confirmed, the popup closes with the new value; refused by "OK", Return or Enter, it stays with the
         // old one and says why, until the user types again.
         QTRY_COMPARE(m_popup->isVisible(), report.isEmpty());
@@ -335,10 +334,16 @@ void tst_EditFields::setIp()
     QCOMPARE(edited.count(), 0);
 }
 
-void tst_EditFields::fontSizes()
+void tst_EditFields::declared()
 {
+    // What a declaration sets before the fields exist reaches them; the font size follows later changes.
+    m_ip.reset(qobject_cast<CIpInput *>(
+        f.create("import \"qrc:/setting/flatui\"\nIpInput { ip: \"172.16.5.9\"; enabled: false }")));
+    QVERIFY(m_ip);
     m_ip->setFontPixelSize(12);
     m_mac->setFontPixelSize(25);
+    QCOMPARE(shown(Ip), QStringLiteral("172.16.5.9"));
+    QCOMPARE(input(QStringLiteral("ip2"))->color(), QColor(0xB4, 0xB4, 0xB4));
     QCOMPARE(input(QStringLiteral("ip3"))->font().pixelSize(), 12);
     QCOMPARE(input(QStringLiteral("mac"))->font().pixelSize(), 25);
 }
