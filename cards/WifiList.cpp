@@ -28,7 +28,7 @@ const QColor NAME_COLOR(Palette::Text);
 // than MAX_ROWS_PER_TURN, however cheap the rows come (reused ones cost next to nothing until laid out).
 constexpr qint64 ROW_BATCH_NS = qint64(5) * 1000 * 1000;
 constexpr int MIN_ROWS_PER_TURN = 32;
-constexpr int MAX_ROWS_PER_TURN = 250;
+constexpr int MAX_ROWS_PER_TURN = 500;
 
 /// The signal icon for a strength of 0..100.
 QUrl signalIcon(int strength)

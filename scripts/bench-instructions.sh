@@ -44,7 +44,7 @@ measure full --program rescan --networks 500 --rescans 2 "$@"
 measure half --program rescan --networks 250 --rescans 2 "$@"
 # The CPU time of a rescan on this machine, natively: the median of five.
 rescan_ms=$("$program" --program rescan --networks 500 --rescans 5 "$@" 2> /dev/null |
-  awk '/^rescan/ { v[++n] = $(NF - 2) } END { asort(v); print (n ? v[int((n + 1) / 2)] : -1) }')
+  awk '/^rescan/ { print $(NF - 2) }' | sort -n | awk '{ v[++n] = $1 } END { print (n ? v[int((n + 1) / 2)] : -1) }')
 
 last() { awk -F'\t' -v n="$2" '$1 == n { v = $2 } END { print v }' "$out/$1.tsv"; }
 # The screen's start is compared with the baseline's start (each loads its modules on the way); page
