@@ -2,6 +2,7 @@
 #include "BeepSwitch.h"
 #include "CIpInput.h"
 #include "CardNetwork.h"
+#include "CardWifi.h"
 #include "ComboBox.h"
 #include "Dialog.h"
 #include "GlobalInfo.h"
@@ -19,6 +20,7 @@
 #include <QtQuick/private/qquicktext_p.h>
 #include <QtQuick/private/qquicktextinput_p.h>
 #include <QtQuick/private/qquickwindow_p.h>
+#include <QtQuickTemplates2/private/qquickabstractbutton_p.h>
 #include <QtTest>
 
 using HMI::PanelSimulator;
@@ -661,15 +663,6 @@ void tst_NetworkPage::wifiSummary()
     QCOMPARE(shown(), "Online Plant-Floor"_s);
     QCOMPARE(status.last(), (QVariantList{true, "Plant-Floor"_s}));
 
-    // While the Wi-Fi card connects the summary keeps what it showed; released, it follows at once.
-    QVERIFY(QMetaObject::invokeMethod(m_card, "setWifiConnecting", Q_ARG(bool, true)));
-    QVERIFY(loadState({R"({"wifi": {"connected": null}})"}));
-    QVERIFY(QMetaObject::invokeMethod(m_card, "updateWifiStatus")); // as the poll does
-    QCOMPARE(shown(), "Online Plant-Floor"_s);
-    QVERIFY(QMetaObject::invokeMethod(m_card, "setWifiConnecting", Q_ARG(bool, false)));
-    QCOMPARE(shown(), "Offline"_s);
-    QCOMPARE(status.last(), (QVariantList{false, QString()}));
-
     // The poll shows a new connection within two seconds, and DHCP is asked a second after switching on.
     QVERIFY(loadState());
     QTRY_COMPARE_WITH_TIMEOUT(shown(), "Online Plant-Floor"_s, 3000);
@@ -677,6 +670,21 @@ void tst_NetworkPage::wifiSummary()
     // The summary leads to the Wi-Fi page.
     QVERIFY(m_f->clickButton(summary()));
     QCOMPARE(m_f->root()->currentPage(), AppRootItem::MI_Wifi);
+
+    // There a network with a known, wrong password: the summary keeps what it showed while the attempt is
+    // under way, whatever the poll finds, and follows the panel again once the attempt has failed.
+    const QByteArray known = R"({"delaysMs": {"connect": 300}, "wifi": {"networks":
+        [{"ssid": "Known", "secured": true, "password": "wrong", "secret": "right"}]}})";
+    QVERIFY(loadState({known}));
+    auto *wifi = qobject_cast<QSP::CardWifi *>(m_f->card(AppRootItem::Card_Wifi));
+    QTRY_VERIFY(m_f->clickButton(wifi->property("scanButton").value<QQuickItem *>())); // after the first scan
+    QTRY_COMPARE(wifi->wifiList().size(), 1);
+    QVERIFY(m_f->clickButton(wifi->wifiList()[0].item->findChild<QQuickAbstractButton *>()));
+    QVERIFY(loadState({known, R"({"wifi": {"connected": null}})"}));
+    QVERIFY(QMetaObject::invokeMethod(m_card, "updateWifiStatus")); // as the poll does
+    QCOMPARE(status.last(), (QVariantList{true, "Plant-Floor"_s}));
+    QTRY_VERIFY(ScreenFixture::findText(wifi->passwordDialog()->popupItem(), "Wrong password"_s));
+    QCOMPARE(status.last(), (QVariantList{false, QString()}));
 }
 
 void tst_NetworkPage::wifiDisconnected_data()
