@@ -15,6 +15,7 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QQuickWindow>
+#include <QRegularExpression>
 #include <QTimer>
 #include <QtQuick/private/qquickimage_p.h>
 #include <QtQuick/private/qquicktext_p.h>
@@ -67,11 +68,9 @@ bool loadState(std::initializer_list<QByteArray> patches = {}, bool all = true)
 QString logged()
 {
     QStringList lines;
-    for (const auto &line : PanelSimulator::callLog()) {
-        if (line.rfind("beep", 0) != 0)
-            lines << QString::fromStdString(line);
-    }
-    return lines.join("; "_s);
+    for (const auto &line : PanelSimulator::callLog())
+        lines << QString::fromStdString(line);
+    return lines.filter(QRegularExpression("^(?!beep)"_s)).join("; "_s);
 }
 
 /// Lets queued callbacks of the simulated panel arrive.
@@ -110,36 +109,24 @@ QStringList childSaw(const char *size, const QByteArray &state)
 } // namespace
 
 /// The Network page as a person uses it: adapter buttons and rows, switches, address fields, the status
-/// rows and their timers, the Wi-Fi summary, the default adapter with its ping test and the DNS servers.
+/// rows and their polls, the Wi-Fi summary, the default adapter with its ping test and the DNS servers.
 class tst_NetworkPage : public QObject
 {
     Q_OBJECT
 
-private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void firstSelection_data();
-    void firstSelection();
-    void layout_data();
-    void layout();
-    void childReport();
-    void selectingAdapters();
-    void switchRules_data();
-    void switchRules();
-    void addressEdits_data();
-    void addressEdits();
-    void statusRows_data();
-    void statusRows();
-    void vpnServerAndSwitch();
-    void timersFollowSelection();
-    void wifiSummary();
-    void wifiDisconnected_data();
-    void wifiDisconnected();
-    void adapterCardAndPing();
+    std::unique_ptr<ScreenFixture> m_f;
+    CardNetwork *m_card = nullptr;
 
-private:
-    bool isChild() const { return qEnvironmentVariableIsSet(ChildVariable); }
-    bool select(const QString &adapter);
+    static bool isChild() { return qEnvironmentVariableIsSet(ChildVariable); }
+    /// Presses the adapter's button and lets the rows take their places, as the next frame does.
+    bool select(const char *adapter)
+    {
+        QQuickItem *flow = m_card->property("nicButtonFlow").value<QQuickItem *>();
+        QQuickItem *text = ScreenFixture::findText(flow, QString::fromUtf8(adapter));
+        QQuickWindowPrivate *window = QQuickWindowPrivate::get(m_f->window());
+        return text && m_f->clickButton(text->parentItem()) &&
+               QTest::qWaitFor([window] { return window->itemsToPolish.isEmpty(); });
+    }
     /// Opens the screen again on the Network page, the panel loaded with @p patch (see loadState()).
     bool reopen(const QByteArray &patch = "{}")
     {
@@ -163,627 +150,579 @@ private:
         return childOf<T>(row(label));
     }
     bool clickRowControl(const QString &label) { return m_f->clickButton(control<QSP::BeepSwitch>(label)); }
-    /// The state shown in the "Connection Status" row of the 4G modem or the VPN.
-    QQuickText *stateText() const
+    /// The "Connection Status" of the 4G modem or the VPN: its text and colour, and the 4G signal icon.
+    QString status() const
     {
-        return qobject_cast<QQuickText *>(row("Connection Status"_s)->childItems().last());
+        QQuickItem *status = row("Connection Status"_s);
+        auto *text = status ? qobject_cast<QQuickText *>(status->childItems().last()) : nullptr;
+        if (!text)
+            return "no status"_s;
+        auto *icon = control<QQuickImage>("Signal"_s);
+        return text->text() + QLatin1Char(' ') + text->color().name() +
+               (icon ? QLatin1Char(' ') + icon->source().fileName() : QString());
+    }
+    /// The intervals of the network card's running status polls (4G and Wi-Fi 2000 ms, VPN 3000 ms).
+    QString polls() const
+    {
+        QStringList intervals;
+        for (const QTimer *timer : m_card->findChildren<QTimer *>(QString(), Qt::FindDirectChildrenOnly)) {
+            if (timer->isActive())
+                intervals << QString::number(timer->interval());
+        }
+        return intervals.join(QLatin1Char(','));
     }
     QQuickItem *summary() const { return m_card->findChild<QQuickItem *>("wifiSettingsButton"_s); }
-    QString dnsShown() const;
-    QList<int> runningTimers() const;
-
-    std::unique_ptr<ScreenFixture> m_f;
-    CardNetwork *m_card = nullptr;
-};
-
-void tst_NetworkPage::initTestCase()
-{
-    if (isChild())
-        return;
-    QVERIFY(loadState());
-    m_f = std::make_unique<ScreenFixture>();
-    QVERIFY(m_f->load(QSize(800, 1280)));
-    m_f->window()->requestActivate();
-    QVERIFY(QTest::qWaitForWindowActive(m_f->window()));
-    QVERIFY(m_f->showPage(AppRootItem::MI_Network));
-    QVERIFY(m_card = qobject_cast<CardNetwork *>(m_f->card(AppRootItem::Card_Network)));
-}
-
-void tst_NetworkPage::init()
-{
-    if (isChild() || !m_f)
-        return;
-    // Every case starts from the panel's state as the screen shows it on opening, LAN0 selected.
-    QSP::GlobalInfo::switchLanguage(QLocale(QLocale::English, QLocale::UnitedStates));
-    QVERIFY(reopen());
-    QVERIFY(select("LAN0"_s));
-    settle();
-    PanelSimulator::clearCallLog();
-}
-
-/// Presses the adapter's button and lets the rows take their places, as the next frame does.
-bool tst_NetworkPage::select(const QString &adapter)
-{
-    QQuickItem *text =
-        ScreenFixture::findText(m_card->property("nicButtonFlow").value<QQuickItem *>(), adapter);
-    if (!text || !m_f->clickButton(text->parentItem()))
-        return false;
-    QQuickWindowPrivate *window = QQuickWindowPrivate::get(m_f->window());
-    return QTest::qWaitFor([window] { return window->itemsToPolish.isEmpty(); });
-}
-
-/// The DNS card's two servers and whether they can be typed in.
-QString tst_NetworkPage::dnsShown() const
-{
-    QQuickItem *dns = m_f->card(AppRootItem::Card_DNS);
-    auto *first = qvariant_cast<CIpInput *>(dns->property("dns1Input"));
-    auto *second = qvariant_cast<CIpInput *>(dns->property("dns2Input"));
-    if (!first || !second || first->isEnabled() != second->isEnabled())
-        return QString();
-    return first->ip() + QLatin1Char('/') + second->ip() + (first->isEnabled() ? " editable"_s : " locked"_s);
-}
-
-/// The intervals of the network card's running status timers (4G and Wi-Fi 2000 ms, VPN 3000 ms).
-QList<int> tst_NetworkPage::runningTimers() const
-{
-    QList<int> intervals;
-    for (const QTimer *timer : m_card->findChildren<QTimer *>(QString(), Qt::FindDirectChildrenOnly)) {
-        if (timer->isActive())
-            intervals << timer->interval();
+    CIpInput *dns(int server) const
+    {
+        return qvariant_cast<CIpInput *>(
+            m_f->card(AppRootItem::Card_DNS)->property(server == 1 ? "dns1Input" : "dns2Input"));
     }
-    return intervals;
-}
-
-// One screen per process: the adapter buttons are made once, from the panel's adapters; the layout is chosen
-// once, from the screen's size.
-
-void tst_NetworkPage::firstSelection_data()
-{
-    // What the page shows: buttons (the selected one starred) | rows | addresses | DHCP requests.
-    QTest::addColumn<QByteArray>("state");
-    QTest::addColumn<QString>("page");
-    const auto add = [](const char *tag, const char *state, const char *buttons, const char *wifi,
-                        const char *addresses, const char *dhcp = "") {
-        QString rows =
-            *addresses ? "Disable Network,Static IP,IP Address,Subnet Mask,Default Gateway,MAC"_s : QString();
-        if (*wifi)
-            rows.replace("Network,"_s, "Network,Wi-Fi Settings %1,"_s.arg(QString::fromUtf8(wifi)));
-        QTest::newRow(tag) << QByteArray(state)
-                           << QString::fromUtf8(buttons) + QLatin1Char('|') + rows + QLatin1Char('|') +
-                                  QString::fromUtf8(addresses) + QLatin1Char('|') + QString::fromUtf8(dhcp);
-    };
-    const char *lease = "172.16.4.33/255.255.0.0/172.16.0.1 locked";
-    add("all adapters", "{}", "LAN0*,LAN1,Wi-Fi,4G,VPN", "",
-        "192.168.1.20/255.255.255.0/192.168.1.1 editable");
-    add("LAN0 in DHCP", R"({"adapters": {"LAN0": {"dhcp": true}}})", "LAN0*", "",
-        "192.168.1.120/255.255.255.0/192.168.1.1 locked", "setDHCP 1 1 1");
-    add("LAN1 and Wi-Fi", R"({"adapters": {"LAN1": {}, "WIFI": {}}})", "LAN1*,Wi-Fi", "",
-        "10.0.0.57/255.0.0.0/10.0.0.1 locked", "setDHCP 2 1 1");
-    add("Wi-Fi connected", R"({"adapters": {"WIFI": {}, "VPN": {}}})", "Wi-Fi*,VPN", "Online Plant-Floor",
-        lease, "setDHCP 4 1 1");
-    // 30 bytes and a three-byte character cut after its second byte: shown as the Wi-Fi page shows it.
-    add("Wi-Fi name cut at 32 bytes",
-        R"({"adapters": {"WIFI": {}}, "wifi": {"connected": "0123456789abcdef0123456789abcd你"}})", "Wi-Fi*",
-        "Online 0123456789abcdef0123456789abcd", lease, "setDHCP 4 1 1");
-    add("Wi-Fi disconnected", R"({"adapters": {"WIFI": {}}, "wifi": {"connected": null}})", "Wi-Fi*",
-        "Offline", "0.0.0.0/0.0.0.0/0.0.0.0 locked", "setDHCP 4 1 1");
-    add("only 4G and VPN", R"({"adapters": {"4G": {}, "VPN": {}}})", "4G,VPN", "", "");
-    add("none", R"({"adapters": {}})", "", "", "");
-}
-
-void tst_NetworkPage::firstSelection()
-{
-    QFETCH(QByteArray, state);
-    QTEST(childSaw("1024x600", state).mid(0, 4).join(QLatin1Char('|')), "page");
-}
-
-void tst_NetworkPage::layout_data()
-{
-    // Narrower than 800 pixels, the menu fills the screen and the page replaces it, from the screen's edges.
-    QTest::addColumn<QString>("shown"); // the menu's width, and where the network card is and how wide
-    QTest::newRow("799x1280") << "menu hidden; card at 12,84, 775 wide"_s;
-    QTest::newRow("800x1280") << "menu 210; card at 230,72, 550 wide"_s;
-}
-
-void tst_NetworkPage::layout()
-{
-    QTEST(childSaw(QTest::currentDataTag(), "{}").value(4), "shown");
-}
-
-void tst_NetworkPage::childReport()
-{
-    if (!isChild())
-        QSKIP("runs in a child process, one per screen size and panel state");
-    const QString child = qEnvironmentVariable(ChildVariable);
-    const QStringList size = child.section(QLatin1Char(' '), 0, 0).split(QLatin1Char('x'));
-    QVERIFY(loadState({child.section(QLatin1Char(' '), 1).toUtf8()}, false));
-    ScreenFixture f;
-    QVERIFY(f.load(QSize(size.value(0).toInt(), size.value(1).toInt())));
-    QVERIFY(f.showPage(AppRootItem::MI_Network));
-    settle();
-    QQuickItem *card = f.card(AppRootItem::Card_Network);
-    QVERIFY(card);
-
-    QStringList buttons, rows, addresses;
-    for (QQuickItem *button : card->property("nicButtonFlow").value<QQuickItem *>()->childItems())
-        buttons << ScreenFixture::visibleTexts(button).join(QString()) +
-                       (button->property("checked").toBool() ? "*"_s : QString());
-    QList<CIpInput *> inputs;
-    for (QQuickItem *row : card->property("layout").value<QQuickItem *>()->childItems().mid(2)) {
-        if (!row->isVisible())
-            continue;
-        QStringList texts = ScreenFixture::visibleTexts(row);
-        texts.removeAll(QString()); // a label, or the three texts of the Wi-Fi summary
-        rows << texts.mid(0, row->inherits("QSP::BeepButton") ? 3 : 1).join(QLatin1Char(' '));
-        if (auto *input = childOf<CIpInput>(row))
-            inputs << input;
+    /// The DNS card's two servers and whether they can be typed in.
+    QString dnsShown() const
+    {
+        const bool editable = dns(1)->isEnabled() && dns(2)->isEnabled();
+        return dns(1)->ip() + QLatin1Char('/') + dns(2)->ip() +
+               (editable                                     ? " editable"_s
+                : dns(1)->isEnabled() || dns(2)->isEnabled() ? " mixed"_s
+                                                             : " locked"_s);
     }
-    for (CIpInput *input : inputs.mid(0, 3)) // the MAC's field comes last
-        addresses << input->ip();
-    const QString editable = inputs.isEmpty()         ? QString()
-                             : inputs[0]->isEnabled() ? " editable"_s
-                                                      : " locked"_s;
-    QQuickItem *menu = f.root()->property("menuBar").value<QQuickItem *>();
-    const QPointF at = card->mapToScene(QPointF());
-    const QStringList page{buttons.join(QLatin1Char(',')), rows.join(QLatin1Char(',')),
-                           addresses.join(QLatin1Char('/')) + editable,
-                           logged().split("; "_s).filter("DHCP"_s).join(QLatin1Char(';')),
-                           "menu %1; card at %2,%3, %4 wide"_s
-                               .arg(menu->isVisible() ? QString::number(menu->width()) : "hidden"_s)
-                               .arg(at.x())
-                               .arg(at.y())
-                               .arg(card->width())};
-    std::printf("REPORT %s\n", qPrintable(page.join(QLatin1Char('|'))));
-    std::fflush(stdout);
-}
-
-// One panel for the rest: all five adapters.
-
-void tst_NetworkPage::selectingAdapters()
-{
-    QSignalSpy changed(m_card, &CardNetwork::currentNICChanged);
-    QVERIFY(changed.isValid());
-    const int inputs = m_card->findChildren<CIpInput *>().size();
-
-    QVERIFY(select("LAN1"_s));
-    QCOMPARE(changed.count(), 1);
-    QCOMPARE(changed[0][0].value<HMI::SystemSet::NIC>(), HMI::SystemSet::NIC_LAN1);
-    QCOMPARE(changed[0][1].value<HMI::SystemSet::NIC>(), HMI::SystemSet::NIC_LAN0);
-    // LAN1 is in DHCP: shown for the first time, it asks for its address again and shows the lease; the DNS
-    // card follows, read-only.
-    QCOMPARE(logged(), "setDHCP 2 1 1"_s);
-    auto *ip = control<CIpInput>("IP Address"_s);
-    QVERIFY(ip && !ip->isEnabled());
-    QTRY_COMPARE(ip->ip(), "10.0.0.57"_s);
-    QCOMPARE(dnsShown(), "10.0.0.1/0.0.0.0 locked"_s);
-
-    // The selected button again: nothing at all.
-    QVERIFY(select("LAN1"_s));
-    QCOMPARE(changed.count(), 1);
-    // Back to the static LAN0: its rows were kept, and nothing is asked of the panel.
-    QVERIFY(select("LAN0"_s));
-    QCOMPARE(changed.count(), 2);
-    QCOMPARE(m_card->findChildren<CIpInput *>().size(), inputs + 3);
-    QCOMPARE(logged(), "setDHCP 2 1 1"_s);
-    QCOMPARE(control<CIpInput>("IP Address"_s)->ip(), "192.168.1.20"_s);
-    QCOMPARE(dnsShown(), "192.168.1.1/8.8.8.8 editable"_s);
-}
-
-void tst_NetworkPage::switchRules_data()
-{
-    QTest::addColumn<QString>("adapter");
-    QTest::addColumn<QStringList>("switches");
-    QTest::addColumn<QString>("calls");
-    QTest::addColumn<bool>("editable");
-    QTest::addColumn<bool>("staticChangeable");
-    QTest::addColumn<bool>("dhcpLater"); // a second after switching back on
-
-    const QString off = "Disable Network"_s, fixed = "Static IP"_s;
-    QTest::newRow("LAN0 off") << "LAN0" << QStringList{off} << "enableNIC 1 0 1"_s << false << false << false;
-    QTest::newRow("LAN0 off and on, static")
-        << "LAN0" << QStringList{off, off} << "enableNIC 1 0 1; enableNIC 1 1 1"_s << true << true << false;
-    QTest::newRow("LAN0 to DHCP") << "LAN0" << QStringList{fixed} << "setDHCP 1 1 1"_s << false << true
-                                  << false;
-    QTest::newRow("LAN1 off and on, DHCP")
-        << "LAN1" << QStringList{off, off} << "enableNIC 2 0 1; enableNIC 2 1 1"_s << false << true << true;
-    QTest::newRow("LAN1 to static") << "LAN1" << QStringList{fixed} << "setDHCP 2 0 1"_s << true << true
-                                    << false;
-}
-
-void tst_NetworkPage::switchRules()
-{
-    QFETCH(QString, adapter);
-    QFETCH(QStringList, switches);
-    QFETCH(bool, editable);
-    QFETCH(bool, dhcpLater);
-    QVERIFY(select(adapter));
-    settle();
-    PanelSimulator::clearCallLog();
-    QElapsedTimer clock;
-    clock.start();
-    for (const QString &label : switches)
-        QVERIFY(clickRowControl(label));
-
-    // The fields follow the switches at once, before the panel has answered.
-    for (const char *label : {"IP Address", "Subnet Mask", "Default Gateway"})
-        QCOMPARE(control<CIpInput>(QLatin1String(label))->isEnabled(), editable);
-    QVERIFY(dnsShown().endsWith(editable ? "editable"_s : "locked"_s));
-    QTEST(control<QSP::BeepSwitch>("Static IP"_s)->isEnabled(), "staticChangeable");
-    QTEST(logged(), "calls");
-
-    // Switched back on, a DHCP adapter asks for an address one second later; a static one does not.
-    if (switches.size() < 2)
-        return;
-    QTest::qWait(800);
-    QVERIFY(!logged().contains("setDHCP"_s));
-    QTest::qWait(dhcpLater ? 0 : 400);
-    QTRY_COMPARE(logged().count("setDHCP"_s), int(dhcpLater));
-    QVERIFY(clock.elapsed() >= 950);
-}
-
-void tst_NetworkPage::addressEdits_data()
-{
-    QTest::addColumn<QString>("label");
-    QTest::addColumn<int>("field");
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("calls");
-    QTest::addColumn<int>("key"); // that ends the editing
-
-    const int done = Qt::Key_Return, escape = Qt::Key_Escape;
-    QTest::newRow("IP address") << "IP Address" << 3 << "50"
-                                << "setIp 1 192.168.1.50 1"_s << done;
-    QTest::newRow("subnet mask") << "Subnet Mask" << 2 << "0"
-                                 << "setSubnetMask 1 255.255.0.0 1"_s << done;
-    QTest::newRow("gateway") << "Default Gateway" << 0 << "10"
-                             << "setGateway 1 10.168.1.1 1"_s << done;
-    QTest::newRow("same number") << "IP Address" << 0 << "192" << QString() << done;
-    QTest::newRow("DNS 1 writes both") << "DNS 1" << 0 << "10"
-                                       << "setDns 1 10.168.1.1 8.8.8.8"_s << done;
-    QTest::newRow("DNS 2 writes both") << "DNS 2" << 3 << "4"
-                                       << "setDns 1 192.168.1.1 8.8.8.4"_s << done;
-    // Addresses typed as people type them, with their dots, or pasted whole.
-    QTest::newRow("dots move on") << "IP Address" << 0 << "10.0.0.5"
-                                  << "setIp 1 10.0.0.5 1"_s << done;
-    QTest::newRow("dot in an empty field") << "Subnet Mask" << 2 << "\b.7"
-                                           << "setSubnetMask 1 255.255.7.0 1"_s << done;
-    QTest::newRow("paste") << "Default Gateway" << 1 << "\x16"
-                           << "setGateway 1 172.16.0.254 1"_s << done;
-    QTest::newRow("cancelled mid-edit") << "IP Address" << 3 << "77" << QString() << escape;
-    QTest::newRow("cancelled DNS") << "DNS 1" << 0 << "10" << QString() << escape;
-}
-
-void tst_NetworkPage::addressEdits()
-{
-    QFETCH(QString, label);
-    QFETCH(int, field);
-    QFETCH(QString, typed);
-    auto *input = label.startsWith("DNS"_s)
-                      ? qvariant_cast<CIpInput *>(
-                            m_f->card(AppRootItem::Card_DNS)
-                                ->property(label.endsWith(QLatin1Char('1')) ? "dns1Input" : "dns2Input"))
-                      : control<CIpInput>(label);
-    QVERIFY(input && input->isEnabled());
-    auto *box =
-        input->property(QByteArray("ipi" + QByteArray::number(field)).constData()).value<QQuickTextInput *>();
-    QVERIFY(m_f->click(box));
-    QVERIFY(input->editing());
-    QGuiApplication::clipboard()->setText(" 172.16.0.254\n"_s);
-    for (const QChar c : typed) {
-        if (c == QLatin1Char('\x16'))
-            QTest::keyClick(m_f->window(), Qt::Key_V, Qt::ControlModifier);
-        else if (c == QLatin1Char('\b'))
-            QTest::keyClick(m_f->window(), Qt::Key_Backspace);
-        else
-            QTest::keyClick(m_f->window(), c.toLatin1());
+    /// Whether the adapter and DNS cards stand beside the network card.
+    bool besides() const
+    {
+        return m_f->card(AppRootItem::Card_NIC)->isVisible() && m_f->card(AppRootItem::Card_DNS)->isVisible();
     }
-    // A refresh (reopening, an address update) while the user types leaves the field alone.
-    QMetaObject::invokeMethod(m_card, "updateNetInfoDisplay", Q_ARG(int, 1));
-    QMetaObject::invokeMethod(m_f->root(), "opened");
-    if (typed.toInt() > 0)
-        QCOMPARE(box->text(), typed);
-    QVERIFY(input->editing());
-    settle();
-    PanelSimulator::clearCallLog();
 
-    QFETCH(int, key);
-    QTest::keyClick(m_f->window(), Qt::Key(key));
-    QVERIFY(!input->editing());
-    QTEST(logged(), "calls");
-}
-
-void tst_NetworkPage::statusRows_data()
-{
-    // For 4G: the modem's signal and state; for the VPN: whether it is on and the tunnel's state.
-    QTest::addColumn<QString>("adapter");
-    QTest::addColumn<int>("value");
-    QTest::addColumn<int>("state");
-    QTest::addColumn<int>("icon");
-    QTest::addColumn<QString>("status");
-    QTest::addColumn<int>("colour");
-    QTest::newRow("4G no signal") << "4G" << 0 << 0 << 0 << "Not connected" << 0x1D2129;
-    QTest::newRow("4G negative") << "4G" << -4 << 0 << 0 << "Not connected" << 0x1D2129;
-    QTest::newRow("4G 20") << "4G" << 20 << 1 << 1 << "Connecting..." << 0x1D2129;
-    QTest::newRow("4G 21") << "4G" << 21 << 2 << 2 << "Connection successful" << 0x1D2129;
-    QTest::newRow("4G 100") << "4G" << 100 << 2 << 5 << "Connection successful" << 0x1D2129;
-    QTest::newRow("4G 101 keeps the icon") << "4G" << 101 << 9 << 3 << "Unknown" << 0x1D2129;
-    QTest::newRow("VPN 0") << "VPN" << 1 << 0 << -1 << "Not connected" << 0x1D2129;
-    QTest::newRow("VPN 1") << "VPN" << 1 << 1 << -1 << "Connecting..." << 0x1D2129;
-    QTest::newRow("VPN 2") << "VPN" << 1 << 2 << -1 << "HMI not authorized" << 0xFF4D4F;
-    QTest::newRow("VPN 3") << "VPN" << 1 << 3 << -1 << "SSL Error" << 0xFF4D4F;
-    QTest::newRow("VPN 4") << "VPN" << 1 << 4 << -1 << "Certificate Error" << 0xFF4D4F;
-    QTest::newRow("VPN 5") << "VPN" << 1 << 5 << -1 << "VPN connected" << 0x00BC79;
-    QTest::newRow("VPN 6") << "VPN" << 1 << 6 << -1 << "Unknown Status" << 0xFF4D4F;
-    QTest::newRow("VPN switched off") << "VPN" << 0 << 5 << -1 << "Not connected" << 0x1D2129;
-}
-
-void tst_NetworkPage::statusRows()
-{
-    QFETCH(QString, adapter);
-    QFETCH(int, value);
-    QFETCH(int, state);
-    QVERIFY(loadState({R"({"modem": {"signal": 50, "state": 2}})"}));
-    QVERIFY(select(adapter));
-    const bool modem = adapter == "4G"_s;
-    const QString panel = modem ? R"({"modem": {"signal": %1, "state": %2}})"_s
-                                : R"({"adapters": {"VPN": {"enabled": %1}}, "vpn": {"state": %2}})"_s;
-    QVERIFY(loadState({panel.arg(modem   ? QString::number(value)
-                                 : value ? "true"_s
-                                         : "false"_s)
-                           .arg(state)
-                           .toUtf8()}));
-    QVERIFY(QMetaObject::invokeMethod(m_card, modem ? "update4GSignal" : "updateVPNStatus"));
-    QFETCH(int, icon);
-    if (modem)
-        QCOMPARE(control<QQuickImage>("Signal"_s)->source().toString(),
-                 "qrc:/setting/icons/singal4G_%1.png"_s.arg(icon));
-    QTEST(stateText()->text(), "status");
-    QTEST(int(stateText()->color().rgb() & 0xFFFFFF), "colour");
-    QCOMPARE(logged(), QString());
-}
-
-void tst_NetworkPage::vpnServerAndSwitch()
-{
-    // The adapter and DNS cards do not stand beside the VPN.
-    QVERIFY(select("VPN"_s));
-    QVERIFY(!m_f->card(AppRootItem::Card_NIC)->isVisible() && !m_f->card(AppRootItem::Card_DNS)->isVisible());
-    auto *server = control<QSP::ComboBox>("Server"_s);
-    QVERIFY(server && server->isEnabled());
-    QCOMPARE(server->currentIndex(), 0);
-    server->setCurrentIndex(1); // what picking "Europe" in its list does
-    QCOMPARE(logged(), "setVPNServer 1; resetVPNIp 1"_s);
-    PanelSimulator::clearCallLog();
-
-    // A new language renames the servers and keeps the choice, writing nothing.
-    QSP::GlobalInfo::switchLanguage(QLocale(QLocale::Chinese, QLocale::China));
-    QCOMPARE(server->model().toList().value(0).toMap().value("name"_s).toString(), "亚洲服务器"_s);
-    QCOMPARE(server->currentIndex(), 1);
-    QSP::GlobalInfo::switchLanguage(QLocale(QLocale::English, QLocale::UnitedStates));
-    QVERIFY(!logged().contains("VPN"_s));
-    PanelSimulator::clearCallLog();
-
-    QVERIFY(clickRowControl("VPN"_s));
-    QCOMPARE(logged(), "enableNIC 64 1 1"_s);
-    QVERIFY(!server->isEnabled());
-    QVERIFY(clickRowControl("VPN"_s));
-    QCOMPARE(logged(), "enableNIC 64 1 1; resetVPNIp 1; enableNIC 64 0 1"_s);
-    QVERIFY(server->isEnabled());
-
-    // Leaving the VPN brings the adapter and DNS cards back.
-    QVERIFY(select("LAN1"_s));
-    QVERIFY(m_f->card(AppRootItem::Card_NIC)->isVisible() && m_f->card(AppRootItem::Card_DNS)->isVisible());
-}
-
-void tst_NetworkPage::timersFollowSelection()
-{
-    // 4G selected and on: its rows follow the modem every two seconds; left, it is no longer asked.
-    QCOMPARE(runningTimers(), QList<int>());
-    QVERIFY(select("4G"_s));
-    QCOMPARE(runningTimers(), QList<int>{2000});
-    // The adapter and DNS cards stand beside the modem; its DNS servers cannot be typed.
-    QVERIFY(m_f->card(AppRootItem::Card_NIC)->isVisible());
-    QCOMPARE(dnsShown(), "0.0.0.0/0.0.0.0 locked"_s);
-    QQuickText *modem = stateText();
-    auto *icon = control<QQuickImage>("Signal"_s);
-    QCOMPARE(modem->text(), "Connection successful"_s);
-    QVERIFY(loadState({R"({"modem": {"signal": 10, "state": 1}})"}));
-    QTRY_COMPARE_WITH_TIMEOUT(modem->text(), "Connecting..."_s, 3000);
-    QCOMPARE(icon->source().toString(), "qrc:/setting/icons/singal4G_1.png"_s);
-    QVERIFY(select("LAN0"_s));
-    QCOMPARE(runningTimers(), QList<int>());
-
-    // Switched off: "Not connected" with no signal, and no polling, also after coming back.
-    QVERIFY(loadState({R"({"modem": {"signal": 90, "state": 2}})"}));
-    QVERIFY(select("4G"_s));
-    QCOMPARE(modem->text(), "Connection successful"_s);
-    QVERIFY(clickRowControl("4G"_s));
-    QCOMPARE(logged(), "enableNIC 16 0 1"_s);
-    QCOMPARE(runningTimers(), QList<int>());
-    QVERIFY(select("LAN0"_s) && select("4G"_s));
-    QCOMPARE(runningTimers(), QList<int>());
-    QCOMPARE(modem->text(), "Not connected"_s);
-    QCOMPARE(icon->source().toString(), "qrc:/setting/icons/singal4G_0.png"_s);
-    QSP::GlobalInfo::switchLanguage(QLocale(QLocale::Chinese, QLocale::China));
-    QCOMPARE(modem->text(), "未连接"_s);
-    QSP::GlobalInfo::switchLanguage(QLocale(QLocale::English, QLocale::UnitedStates));
-
-    // The VPN is polled every three seconds while selected, even with its switch off.
-    QVERIFY(loadState({R"({"vpn": {"state": 5}})"}));
-    QVERIFY(select("VPN"_s));
-    QCOMPARE(runningTimers(), QList<int>{3000});
-    QQuickText *vpn = stateText();
-    QCOMPARE(vpn->text(), "Not connected"_s);
-    QVERIFY(loadState({R"({"adapters": {"VPN": {"enabled": true}}, "vpn": {"state": 5}})"}));
-    QTRY_COMPARE_WITH_TIMEOUT(vpn->text(), "VPN connected"_s, 4000);
-    QVERIFY(select("LAN0"_s));
-    QCOMPARE(runningTimers(), QList<int>());
-
-    // Wi-Fi, switched on, is polled every two seconds while selected (see wifiSummary).
-    QVERIFY(select("Wi-Fi"_s));
-    QCOMPARE(runningTimers(), QList<int>{2000});
-    QVERIFY(select("LAN0"_s));
-    QCOMPARE(runningTimers(), QList<int>());
-
-    // A closed screen polls nothing, whatever is selected; opening it starts the poll again.
-    QVERIFY(loadState({R"({"adapters": {"VPN": {"enabled": true}}})"}));
-    for (const auto &[adapter, interval] : {std::pair{"4G", 2000}, {"VPN", 3000}, {"Wi-Fi", 2000}}) {
-        QVERIFY(select(QLatin1String(adapter)));
-        m_f->close();
-        QMetaObject::invokeMethod(m_card, "updateWifiStatus"); // a report from the Wi-Fi card meanwhile
-        QCOMPARE(runningTimers(), QList<int>());
-        m_f->open();
+private Q_SLOTS:
+    void initTestCase()
+    {
+        if (isChild())
+            return;
+        QVERIFY(loadState());
+        m_f = std::make_unique<ScreenFixture>();
+        QVERIFY(m_f->load(QSize(800, 1280)));
+        m_f->window()->requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(m_f->window()));
         QVERIFY(m_f->showPage(AppRootItem::MI_Network));
-        QCOMPARE(runningTimers(), QList<int>{interval});
+        QVERIFY(m_card = qobject_cast<CardNetwork *>(m_f->card(AppRootItem::Card_Network)));
     }
-}
 
-void tst_NetworkPage::wifiSummary()
-{
-    // Opened with Wi-Fi switched off: the summary cannot be pressed, shows no arrow and is not polled.
-    QVERIFY(reopen(R"({"adapters": {"WIFI": {"enabled": false}}})"));
-    QSignalSpy status(m_card, &CardNetwork::wifiStatusChanged);
-    QVERIFY(status.isValid());
-    QVERIFY(select("Wi-Fi"_s));
-    QQuickItem *arrow = summary()->findChildren<QQuickImage *>().last();
-    const auto shown = [this] {
-        QStringList texts = ScreenFixture::visibleTexts(summary());
-        texts.removeAll(QString());
-        return texts.mid(1).join(QLatin1Char(' '));
-    };
-    QCOMPARE(shown(), "Offline"_s);
-    QVERIFY(!summary()->isEnabled() && !arrow->isVisible());
-    QCOMPARE(runningTimers(), QList<int>());
-    QCOMPARE(status.count(), 0);
-    settle();
-    PanelSimulator::clearCallLog();
-
-    // Switched on: the connection shows and is polled.
-    QVERIFY(clickRowControl("Disable Network"_s));
-    QVERIFY(summary()->isEnabled() && arrow->isVisible());
-    QCOMPARE(runningTimers(), QList<int>{2000});
-    QCOMPARE(shown(), "Online Plant-Floor"_s);
-    QCOMPARE(status.last(), (QVariantList{true, "Plant-Floor"_s}));
-
-    // The poll shows a new connection within two seconds, and DHCP is asked a second after switching on.
-    QVERIFY(loadState());
-    QTRY_COMPARE_WITH_TIMEOUT(shown(), "Online Plant-Floor"_s, 3000);
-    QTRY_COMPARE(logged(), "enableNIC 4 1 1; setDHCP 4 1 1"_s);
-    // The summary leads to the Wi-Fi page.
-    QVERIFY(m_f->clickButton(summary()));
-    QCOMPARE(m_f->root()->currentPage(), AppRootItem::MI_Wifi);
-
-    // There a network with a known, wrong password: the summary keeps what it showed while the attempt is
-    // under way, whatever the poll finds, and follows the panel again once the attempt has failed.
-    const QByteArray known = R"({"delaysMs": {"connect": 300}, "wifi": {"networks":
-        [{"ssid": "Known", "secured": true, "password": "wrong", "secret": "right"}]}})";
-    QVERIFY(loadState({known}));
-    auto *wifi = qobject_cast<QSP::CardWifi *>(m_f->card(AppRootItem::Card_Wifi));
-    QTRY_VERIFY(m_f->clickButton(wifi->property("scanButton").value<QQuickItem *>())); // after the first scan
-    QTRY_COMPARE(wifi->wifiList().size(), 1);
-    QVERIFY(m_f->clickButton(wifi->wifiList()[0].item->findChild<QQuickAbstractButton *>()));
-    QVERIFY(loadState({known, R"({"wifi": {"connected": null}})"}));
-    QVERIFY(QMetaObject::invokeMethod(m_card, "updateWifiStatus")); // as the poll does
-    QCOMPARE(status.last(), (QVariantList{true, "Plant-Floor"_s}));
-    QTRY_VERIFY(ScreenFixture::findText(wifi->passwordDialog()->popupItem(), "Wrong password"_s));
-    QCOMPARE(status.last(), (QVariantList{false, QString()}));
-}
-
-void tst_NetworkPage::wifiDisconnected_data()
-{
-    QTest::addColumn<QByteArray>("adapter");
-    QTest::addColumn<bool>("reset"); // by the Wi-Fi page's Reset, else by the network going away
-    QTest::addColumn<QString>("connected");
-    QTest::addColumn<QString>("disconnected");
-    // The addresses obtained from the network go with it; a static configuration is the adapter's own.
-    QTest::newRow("DHCP, gone") << QByteArray("{}") << false << "172.16.4.33"_s << QString();
-    QTest::newRow("DHCP, reset") << QByteArray("{}") << true << "172.16.4.33"_s << QString();
-    QTest::newRow("static, gone") << QByteArray(StaticWifi) << false << "192.168.5.9"_s
-                                  << "192.168.5.9"_s;
-    QTest::newRow("static, reset") << QByteArray(StaticWifi) << true << "192.168.5.9"_s
-                                   << "192.168.5.9"_s;
-}
-
-void tst_NetworkPage::wifiDisconnected()
-{
-    QFETCH(QByteArray, adapter);
-    QVERIFY(reopen(adapter));
-    QVERIFY(select("Wi-Fi"_s));
-    auto *ip = control<CIpInput>("IP Address"_s);
-    QTEST(ip->ip(), "connected");
-    QFETCH(bool, reset);
-    if (reset) {
-        QVERIFY(m_f->clickButton(summary()));
-        QQuickItem *button = ScreenFixture::findText(m_f->card(AppRootItem::Card_Wifi), "Reset"_s);
-        while (button && !button->inherits("QQuickAbstractButton"))
-            button = button->parentItem();
-        QTRY_VERIFY(button && button->isEnabled()); // once the page's first scan is done
-        QVERIFY(m_f->clickButton(button));
-    } else {
-        QVERIFY(loadState({adapter, R"({"wifi": {"connected": null}})"}));
-        QVERIFY(QMetaObject::invokeMethod(m_card, "updateWifiStatus")); // as the poll does
+    void init()
+    {
+        if (isChild())
+            return;
+        // Every case starts from the panel's state as the screen shows it on opening, LAN0 selected.
+        QSP::GlobalInfo::switchLanguage(QLocale(QLocale::English, QLocale::UnitedStates));
+        QVERIFY(reopen() && select("LAN0"));
+        settle();
+        PanelSimulator::clearCallLog();
     }
-    QTEST(ip->ip(), "disconnected");
-}
 
-void tst_NetworkPage::adapterCardAndPing()
-{
-    QVERIFY(reopen(R"({"adapters": {"VPN": {"enabled": true}}})"));
-    QQuickItem *card = m_f->card(AppRootItem::Card_NIC);
-    auto *combo = qvariant_cast<QSP::ComboBox *>(card->property("combobox"));
-    QVERIFY(combo);
-    const auto names = [combo] {
-        QStringList list;
-        for (const QVariant &row : combo->model().toList())
-            list << row.toMap().value("name"_s).toString();
-        return list.join(QLatin1Char(',')) + QLatin1Char('/') + QString::number(combo->currentIndex());
-    };
-    // The VPN is never offered. The default adapter switched off leaves the list, and nothing is selected.
-    QCOMPARE(names(), "LAN0,LAN1,Wi-Fi,4G/0"_s);
-    QVERIFY(clickRowControl("Disable Network"_s));
-    QCOMPARE(names(), "LAN1,Wi-Fi,4G/-1"_s);
-    QVERIFY(clickRowControl("Disable Network"_s));
-    QCOMPARE(names(), "LAN0,LAN1,Wi-Fi,4G/0"_s);
-    PanelSimulator::clearCallLog();
-    combo->setCurrentIndex(2); // picking "Wi-Fi"
-    QCOMPARE(logged(), "setDefaultNIC 4 0"_s);
-    PanelSimulator::clearCallLog();
+    // One screen per process: the adapter buttons are made once, from the panel's adapters; the layout is
+    // chosen once, from the screen's size.
 
-    // Two quick presses, the panel answering yes and then no, both slow enough to come before any result.
-    // The panel's own default is LAN0 again: the test runs through the adapter that the list shows.
-    const auto results = [this] { // the messages of the result dialogs, "-" for one closed but not freed
-        QStringList messages;
-        for (QSP::Dialog *dialog : m_f->root()->findChildren<QSP::Dialog *>()) {
-            if (dialog->title() == "Test Result"_s)
-                messages << (dialog->isOpened() ? ScreenFixture::visibleTexts(dialog->bodyItem()).value(0)
-                                                : "-"_s);
+    void firstSelection_data()
+    {
+        // What the page shows: buttons (the selected one starred) | rows | addresses | DHCP requests.
+        QTest::addColumn<QByteArray>("state");
+        QTest::addColumn<QString>("page");
+        const auto add = [](const char *tag, const char *state, const char *buttons, const char *wifi,
+                            const char *addresses, const char *dhcp = "") {
+            QString rows = *addresses
+                               ? "Disable Network,Static IP,IP Address,Subnet Mask,Default Gateway,MAC"_s
+                               : QString();
+            if (*wifi)
+                rows.replace("Network,"_s, "Network,Wi-Fi Settings %1,"_s.arg(QString::fromUtf8(wifi)));
+            QTest::newRow(tag) << QByteArray(state)
+                               << QStringList{QString::fromUtf8(buttons), rows, QString::fromUtf8(addresses),
+                                              QString::fromUtf8(dhcp)}
+                                      .join(QLatin1Char('|'));
+        };
+        const char *lease = "172.16.4.33/255.255.0.0/172.16.0.1 locked";
+        add("all adapters", "{}", "LAN0*,LAN1,Wi-Fi,4G,VPN", "",
+            "192.168.1.20/255.255.255.0/192.168.1.1 editable");
+        add("LAN0 in DHCP", R"({"adapters": {"LAN0": {"dhcp": true}}})", "LAN0*", "",
+            "192.168.1.120/255.255.255.0/192.168.1.1 locked", "setDHCP 1 1 1");
+        add("LAN1 and Wi-Fi", R"({"adapters": {"LAN1": {}, "WIFI": {}}})", "LAN1*,Wi-Fi", "",
+            "10.0.0.57/255.0.0.0/10.0.0.1 locked", "setDHCP 2 1 1");
+        add("Wi-Fi connected", R"({"adapters": {"WIFI": {}, "VPN": {}}})", "Wi-Fi*,VPN", "Online Plant-Floor",
+            lease, "setDHCP 4 1 1");
+        // 30 bytes and a three-byte character cut after its second byte: shown as the Wi-Fi page shows it.
+        add("Wi-Fi name cut at 32 bytes",
+            R"({"adapters": {"WIFI": {}}, "wifi": {"connected": "0123456789abcdef0123456789abcd你"}})",
+            "Wi-Fi*", "Online 0123456789abcdef0123456789abcd", lease, "setDHCP 4 1 1");
+        add("Wi-Fi disconnected", R"({"adapters": {"WIFI": {}}, "wifi": {"connected": null}})", "Wi-Fi*",
+            "Offline", "0.0.0.0/0.0.0.0/0.0.0.0 locked", "setDHCP 4 1 1");
+        add("only 4G and VPN", R"({"adapters": {"4G": {}, "VPN": {}}})", "4G,VPN", "", "");
+        add("none", R"({"adapters": {}})", "", "", "");
+    }
+
+    void firstSelection()
+    {
+        QFETCH(QByteArray, state);
+        QTEST(childSaw("1024x600", state).mid(0, 4).join(QLatin1Char('|')), "page");
+    }
+
+    void layout_data()
+    {
+        // Narrower than 800 pixels the menu fills the screen, and the page replaces it from the screen's
+        // edges.
+        QTest::addColumn<QString>("shown"); // the menu's width, and where the network card is and how wide
+        QTest::newRow("799x1280") << "menu hidden; card at 12,84, 775 wide"_s;
+        QTest::newRow("800x1280") << "menu 210; card at 230,72, 550 wide"_s;
+    }
+
+    void layout() { QTEST(childSaw(QTest::currentDataTag(), "{}").value(4), "shown"); }
+
+    void childReport()
+    {
+        if (!isChild())
+            QSKIP("runs in a child process, one per screen size and panel state");
+        const QString child = qEnvironmentVariable(ChildVariable);
+        const QStringList size = child.section(QLatin1Char(' '), 0, 0).split(QLatin1Char('x'));
+        QVERIFY(loadState({child.section(QLatin1Char(' '), 1).toUtf8()}, false));
+        ScreenFixture f;
+        QVERIFY(f.load(QSize(size.value(0).toInt(), size.value(1).toInt())));
+        QVERIFY(f.showPage(AppRootItem::MI_Network));
+        settle();
+        QQuickItem *card = f.card(AppRootItem::Card_Network);
+        QStringList buttons, rows, addresses;
+        for (QQuickItem *button : card->property("nicButtonFlow").value<QQuickItem *>()->childItems())
+            buttons << ScreenFixture::visibleTexts(button).join(QString()) +
+                           (button->property("checked").toBool() ? "*"_s : QString());
+        QList<CIpInput *> inputs;
+        for (QQuickItem *row : card->property("layout").value<QQuickItem *>()->childItems().mid(2)) {
+            QStringList texts = ScreenFixture::visibleTexts(row);
+            texts.removeAll(QString()); // a label, or the three texts of the Wi-Fi summary
+            if (!texts.isEmpty())
+                rows << texts.mid(0, row->inherits("QSP::BeepButton") ? 3 : 1).join(QLatin1Char(' '));
+            if (auto *input = childOf<CIpInput>(row); input && row->isVisible())
+                inputs << input;
         }
-        messages.sort();
-        return messages.join(QLatin1Char(','));
-    };
-    auto *test = card->findChild<QQuickItem *>("testButton"_s);
-    QElapsedTimer clock;
-    clock.start();
-    for (const char *ping :
-         {R"({"ping": true, "delaysMs": {"ping": 300}})", R"({"ping": false, "delaysMs": {"ping": 300}})"}) {
-        QVERIFY(loadState({ping}));
-        QVERIFY(m_f->clickButton(test));
+        for (CIpInput *input : inputs.mid(0, 3)) // the MAC's field comes last
+            addresses << input->ip();
+        const QString editable = inputs.isEmpty()         ? QString()
+                                 : inputs[0]->isEnabled() ? " editable"_s
+                                                          : " locked"_s;
+        QQuickItem *menu = f.root()->property("menuBar").value<QQuickItem *>();
+        const QPointF at = card->mapToScene(QPointF());
+        const QStringList page{buttons.join(QLatin1Char(',')), rows.join(QLatin1Char(',')),
+                               addresses.join(QLatin1Char('/')) + editable,
+                               logged().split("; "_s).filter("DHCP"_s).join(QLatin1Char(';')),
+                               "menu %1; card at %2,%3, %4 wide"_s
+                                   .arg(menu->isVisible() ? QString::number(menu->width()) : "hidden"_s)
+                                   .arg(at.x())
+                                   .arg(at.y())
+                                   .arg(card->width())};
+        std::printf("REPORT %s\n", qPrintable(page.join(QLatin1Char('|'))));
+        std::fflush(stdout);
     }
-    QCOMPARE(logged(), "pingTest 4; pingTest 4"_s);
-    QCOMPARE(results(), QString()); // nothing while the test runs
-    // Each result in a dialog of its own, which closes itself three seconds after it opened.
-    QTRY_COMPARE(results(), "Test failed!,Test successful!"_s);
-    QTest::qWait(2800 - int(clock.elapsed()));
-    QCOMPARE(results(), "Test failed!,Test successful!"_s);
-    QTRY_VERIFY_WITH_TIMEOUT(!results().contains("Test"_s), 2000);
-    QVERIFY(clock.elapsed() >= 3100); // a coarse timer may fire up to 5 % early
 
-    // A closed result is freed, also one that a tap beside it closed before its time.
-    QTRY_COMPARE(results(), QString());
-    QVERIFY(loadState({R"({"ping": true, "delaysMs": {"ping": 10}})"}));
-    QVERIFY(m_f->clickButton(test));
-    QTRY_COMPARE(results(), "Test successful!"_s);
-    QTest::mouseClick(m_f->window(), Qt::LeftButton, Qt::NoModifier, QPoint(5, 5));
-    QTRY_COMPARE(results(), QString());
-}
+    // One panel for the rest: all five adapters.
+
+    void selectingAdapters()
+    {
+        QSignalSpy changed(m_card, &CardNetwork::currentNICChanged);
+        QVERIFY(changed.isValid());
+        const int inputs = m_card->findChildren<CIpInput *>().size();
+
+        // LAN1 is in DHCP: shown for the first time, it asks for its address again and shows the lease; the
+        // DNS card follows, read-only. The selected button again does nothing at all.
+        QVERIFY(select("LAN1") && select("LAN1"));
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(logged(), "setDHCP 2 1 1"_s);
+        auto *ip = control<CIpInput>("IP Address"_s);
+        QVERIFY(ip && !ip->isEnabled());
+        QTRY_COMPARE(ip->ip(), "10.0.0.57"_s);
+        QCOMPARE(dnsShown(), "10.0.0.1/0.0.0.0 locked"_s);
+
+        // Back to the static LAN0: its rows were kept, and nothing is asked of the panel.
+        QVERIFY(select("LAN0"));
+        QCOMPARE(changed.count(), 2);
+        QCOMPARE(m_card->findChildren<CIpInput *>().size(), inputs + 3);
+        QCOMPARE(logged(), "setDHCP 2 1 1"_s);
+        QCOMPARE(control<CIpInput>("IP Address"_s)->ip(), "192.168.1.20"_s);
+        QCOMPARE(dnsShown(), "192.168.1.1/8.8.8.8 editable"_s);
+    }
+
+    void switchRules_data()
+    {
+        QTest::addColumn<QString>("adapter");
+        QTest::addColumn<QStringList>("switches");
+        QTest::addColumn<QString>("calls");
+        QTest::addColumn<QString>("fields");
+        QTest::addColumn<bool>("staticChangeable");
+        QTest::addColumn<bool>("dhcpLater"); // a second after switching back on
+
+        const QString off = "Disable Network"_s, fixed = "Static IP"_s;
+        QTest::newRow("LAN0 off") << "LAN0" << QStringList{off} << "enableNIC 1 0 1"_s
+                                  << "locked" << false << false;
+        QTest::newRow("LAN0 off and on, static")
+            << "LAN0" << QStringList{off, off} << "enableNIC 1 0 1; enableNIC 1 1 1"_s
+            << "editable" << true << false;
+        QTest::newRow("LAN0 to DHCP") << "LAN0" << QStringList{fixed} << "setDHCP 1 1 1"_s
+                                      << "locked" << true << false;
+        QTest::newRow("LAN1 off and on, DHCP")
+            << "LAN1" << QStringList{off, off} << "enableNIC 2 0 1; enableNIC 2 1 1"_s
+            << "locked" << true << true;
+        QTest::newRow("LAN1 to static") << "LAN1" << QStringList{fixed} << "setDHCP 2 0 1"_s
+                                        << "editable" << true << false;
+    }
+
+    void switchRules()
+    {
+        QFETCH(QString, adapter);
+        QFETCH(QStringList, switches);
+        QFETCH(bool, dhcpLater);
+        QVERIFY(select(adapter.toUtf8()));
+        settle();
+        PanelSimulator::clearCallLog();
+        QElapsedTimer clock;
+        clock.start();
+        for (const QString &label : switches)
+            QVERIFY(clickRowControl(label));
+
+        // The fields follow the switches at once, before the panel has answered.
+        QStringList fields;
+        for (const char *label : {"IP Address", "Subnet Mask", "Default Gateway"})
+            fields << (control<CIpInput>(QLatin1String(label))->isEnabled() ? "editable"_s : "locked"_s);
+        fields << dnsShown().section(QLatin1Char(' '), 1);
+        fields.removeDuplicates();
+        QTEST(fields.join(QLatin1Char(',')), "fields");
+        QTEST(control<QSP::BeepSwitch>("Static IP"_s)->isEnabled(), "staticChangeable");
+        QTEST(logged(), "calls");
+
+        // Switched back on, a DHCP adapter asks for an address one second later; a static one does not.
+        if (switches.size() < 2)
+            return;
+        QTest::qWait(800);
+        QVERIFY(!logged().contains("setDHCP"_s));
+        QTest::qWait(dhcpLater ? 0 : 400);
+        QTRY_COMPARE(logged().count("setDHCP"_s), int(dhcpLater));
+        QVERIFY(clock.elapsed() >= 950);
+    }
+
+    void addressEdits_data()
+    {
+        QTest::addColumn<QString>("label");
+        QTest::addColumn<int>("field");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("calls");
+        QTest::addColumn<int>("key"); // that ends the editing
+
+        const int done = Qt::Key_Return, escape = Qt::Key_Escape;
+        QTest::newRow("IP address") << "IP Address" << 3 << "50"
+                                    << "setIp 1 192.168.1.50 1"_s << done;
+        QTest::newRow("subnet mask") << "Subnet Mask" << 2 << "0"
+                                     << "setSubnetMask 1 255.255.0.0 1"_s << done;
+        QTest::newRow("gateway") << "Default Gateway" << 0 << "10"
+                                 << "setGateway 1 10.168.1.1 1"_s << done;
+        QTest::newRow("same number") << "IP Address" << 0 << "192" << QString() << done;
+        QTest::newRow("DNS 1 writes both") << "DNS 1" << 0 << "10"
+                                           << "setDns 1 10.168.1.1 8.8.8.8"_s << done;
+        QTest::newRow("DNS 2 writes both") << "DNS 2" << 3 << "4"
+                                           << "setDns 1 192.168.1.1 8.8.8.4"_s << done;
+        // Addresses typed as people type them, with their dots, or pasted whole.
+        QTest::newRow("dots move on") << "IP Address" << 0 << "10.0.0.5"
+                                      << "setIp 1 10.0.0.5 1"_s << done;
+        QTest::newRow("dot in an empty field") << "Subnet Mask" << 2 << "\b.7"
+                                               << "setSubnetMask 1 255.255.7.0 1"_s << done;
+        QTest::newRow("paste") << "Default Gateway" << 1 << "\x16"
+                               << "setGateway 1 172.16.0.254 1"_s << done;
+        QTest::newRow("cancelled mid-edit") << "IP Address" << 3 << "77" << QString() << escape;
+        QTest::newRow("cancelled DNS") << "DNS 1" << 0 << "10" << QString() << escape;
+    }
+
+    void addressEdits()
+    {
+        QFETCH(QString, label);
+        QFETCH(int, field);
+        QFETCH(QString, typed);
+        CIpInput *input = label.startsWith("DNS"_s) ? dns(label.right(1).toInt()) : control<CIpInput>(label);
+        QVERIFY(input && input->isEnabled());
+        auto *box = input->property(QByteArray("ipi" + QByteArray::number(field)).constData())
+                        .value<QQuickTextInput *>();
+        QVERIFY(m_f->click(box) && input->editing());
+        QGuiApplication::clipboard()->setText(" 172.16.0.254\n"_s);
+        for (const QChar c : typed) {
+            if (c == QLatin1Char('\x16'))
+                QTest::keyClick(m_f->window(), Qt::Key_V, Qt::ControlModifier);
+            else if (c == QLatin1Char('\b'))
+                QTest::keyClick(m_f->window(), Qt::Key_Backspace);
+            else
+                QTest::keyClick(m_f->window(), c.toLatin1());
+        }
+        // A refresh (reopening, an address update) while the user types leaves the field alone.
+        QMetaObject::invokeMethod(m_card, "updateNetInfoDisplay", Q_ARG(int, 1));
+        QMetaObject::invokeMethod(m_f->root(), "opened");
+        QVERIFY(input->editing() && (typed.toInt() == 0 || box->text() == typed));
+        settle();
+        PanelSimulator::clearCallLog();
+
+        QFETCH(int, key);
+        QTest::keyClick(m_f->window(), Qt::Key(key));
+        QVERIFY(!input->editing());
+        QTEST(logged(), "calls");
+    }
+
+    void statusRows_data()
+    {
+        // For 4G: the modem's signal and state; for the VPN: whether it is on and the tunnel's state.
+        QTest::addColumn<QString>("adapter");
+        QTest::addColumn<int>("value");
+        QTest::addColumn<int>("state");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("4G no signal") << "4G" << 0 << 0 << "Not connected #1d2129 singal4G_0.png";
+        QTest::newRow("4G negative") << "4G" << -4 << 0 << "Not connected #1d2129 singal4G_0.png";
+        QTest::newRow("4G 20") << "4G" << 20 << 1 << "Connecting... #1d2129 singal4G_1.png";
+        QTest::newRow("4G 21") << "4G" << 21 << 2 << "Connection successful #1d2129 singal4G_2.png";
+        QTest::newRow("4G 100") << "4G" << 100 << 2 << "Connection successful #1d2129 singal4G_5.png";
+        QTest::newRow("4G 101 keeps the icon") << "4G" << 101 << 9 << "Unknown #1d2129 singal4G_3.png";
+        QTest::newRow("VPN 0") << "VPN" << 1 << 0 << "Not connected #1d2129";
+        QTest::newRow("VPN 1") << "VPN" << 1 << 1 << "Connecting... #1d2129";
+        QTest::newRow("VPN 2") << "VPN" << 1 << 2 << "HMI not authorized #ff4d4f";
+        QTest::newRow("VPN 3") << "VPN" << 1 << 3 << "SSL Error #ff4d4f";
+        QTest::newRow("VPN 4") << "VPN" << 1 << 4 << "Certificate Error #ff4d4f";
+        QTest::newRow("VPN 5") << "VPN" << 1 << 5 << "VPN connected #00bc79";
+        QTest::newRow("VPN 6") << "VPN" << 1 << 6 << "Unknown Status #ff4d4f";
+        QTest::newRow("VPN switched off") << "VPN" << 0 << 5 << "Not connected #1d2129";
+    }
+
+    void statusRows()
+    {
+        QFETCH(QString, adapter);
+        QFETCH(int, value);
+        QFETCH(int, state);
+        QVERIFY(loadState({R"({"modem": {"signal": 50, "state": 2}})"}) && select(adapter.toUtf8()));
+        const bool modem = adapter == "4G"_s;
+        const QString panel = modem ? R"({"modem": {"signal": %1, "state": %2}})"_s
+                                    : R"({"adapters": {"VPN": {"enabled": %1}}, "vpn": {"state": %2}})"_s;
+        QVERIFY(loadState({panel.arg(modem   ? QString::number(value)
+                                     : value ? "true"_s
+                                             : "false"_s)
+                               .arg(state)
+                               .toUtf8()}));
+        QVERIFY(QMetaObject::invokeMethod(m_card, modem ? "update4GSignal" : "updateVPNStatus"));
+        QTEST(status(), "shown");
+        QCOMPARE(logged(), QString());
+    }
+
+    void vpnServerAndSwitch()
+    {
+        // The adapter and DNS cards do not stand beside the VPN.
+        QVERIFY(select("VPN") && !m_f->card(AppRootItem::Card_NIC)->isVisible() &&
+                !m_f->card(AppRootItem::Card_DNS)->isVisible());
+        auto *server = control<QSP::ComboBox>("Server"_s);
+        QVERIFY(server && server->isEnabled() && server->currentIndex() == 0);
+        server->setCurrentIndex(1); // what picking "Europe" in its list does
+        QCOMPARE(logged(), "setVPNServer 1; resetVPNIp 1"_s);
+
+        // A new language renames the servers and keeps the choice, writing nothing.
+        QSP::GlobalInfo::switchLanguage(QLocale(QLocale::Chinese, QLocale::China));
+        QCOMPARE(server->model().toList().value(0).toMap().value("name"_s).toString(), "亚洲服务器"_s);
+        QCOMPARE(server->currentIndex(), 1);
+        QSP::GlobalInfo::switchLanguage(QLocale(QLocale::English, QLocale::UnitedStates));
+        QCOMPARE(logged().count("VPN"_s), 2); // the pick's
+        PanelSimulator::clearCallLog();
+
+        QVERIFY(clickRowControl("VPN"_s));
+        QCOMPARE(logged(), "enableNIC 64 1 1"_s);
+        QVERIFY(!server->isEnabled());
+        QVERIFY(clickRowControl("VPN"_s));
+        QCOMPARE(logged(), "enableNIC 64 1 1; resetVPNIp 1; enableNIC 64 0 1"_s);
+        QVERIFY(server->isEnabled());
+        // Leaving the VPN brings the adapter and DNS cards back.
+        QVERIFY(select("LAN1") && besides());
+    }
+
+    void timersFollowSelection()
+    {
+        // 4G selected and on: its rows follow the modem every two seconds; left, it is no longer asked. The
+        // adapter and DNS cards stand beside the modem; its DNS servers cannot be typed.
+        QVERIFY(polls().isEmpty() && select("4G") && besides());
+        QCOMPARE(polls(), "2000"_s);
+        QCOMPARE(dnsShown(), "0.0.0.0/0.0.0.0 locked"_s);
+        QCOMPARE(status(), "Connection successful #1d2129 singal4G_4.png"_s);
+        QVERIFY(loadState({R"({"modem": {"signal": 10, "state": 1}})"}));
+        QTRY_COMPARE_WITH_TIMEOUT(status(), "Connecting... #1d2129 singal4G_1.png"_s, 3000);
+        QVERIFY(select("LAN0") && polls().isEmpty());
+
+        // Switched off: "Not connected" with no signal, and no polling, also after coming back.
+        QVERIFY(loadState({R"({"modem": {"signal": 90, "state": 2}})"}) && select("4G"));
+        QCOMPARE(status(), "Connection successful #1d2129 singal4G_5.png"_s);
+        QVERIFY(clickRowControl("4G"_s));
+        QCOMPARE(logged(), "enableNIC 16 0 1"_s);
+        QVERIFY(polls().isEmpty() && select("LAN0") && select("4G") && polls().isEmpty());
+        QCOMPARE(status(), "Not connected #1d2129 singal4G_0.png"_s);
+        QSP::GlobalInfo::switchLanguage(QLocale(QLocale::Chinese, QLocale::China));
+        QVERIFY(ScreenFixture::findText(m_card, "未连接"_s));
+        QSP::GlobalInfo::switchLanguage(QLocale(QLocale::English, QLocale::UnitedStates));
+
+        // The VPN is polled every three seconds while selected, even with its switch off.
+        QVERIFY(loadState({R"({"vpn": {"state": 5}})"}) && select("VPN"));
+        QCOMPARE(polls(), "3000"_s);
+        QCOMPARE(status(), "Not connected #1d2129"_s);
+        QVERIFY(loadState({R"({"adapters": {"VPN": {"enabled": true}}, "vpn": {"state": 5}})"}));
+        QTRY_COMPARE_WITH_TIMEOUT(status(), "VPN connected #00bc79"_s, 4000);
+        QVERIFY(select("LAN0") && polls().isEmpty());
+
+        // Wi-Fi, switched on, is polled every two seconds while selected (see wifiSummary).
+        QVERIFY(select("Wi-Fi") && polls() == "2000"_s && select("LAN0") && polls().isEmpty());
+
+        // A closed screen polls nothing, whatever is selected; opening it starts the poll again.
+        QVERIFY(loadState({R"({"adapters": {"VPN": {"enabled": true}}})"}));
+        for (const auto &[adapter, interval] :
+             {std::pair{"4G", "2000"}, {"VPN", "3000"}, {"Wi-Fi", "2000"}}) {
+            QVERIFY(select(adapter));
+            m_f->close();
+            QMetaObject::invokeMethod(m_card, "updateWifiStatus"); // a report from the Wi-Fi card meanwhile
+            QCOMPARE(polls(), QString());
+            m_f->open();
+            QVERIFY(m_f->showPage(AppRootItem::MI_Network));
+            QCOMPARE(polls(), QLatin1String(interval));
+        }
+    }
+
+    void wifiSummary()
+    {
+        // Opened with Wi-Fi switched off: the summary cannot be pressed, shows no arrow and is not polled.
+        QVERIFY(reopen(R"({"adapters": {"WIFI": {"enabled": false}}})"));
+        QSignalSpy status(m_card, &CardNetwork::wifiStatusChanged);
+        QVERIFY(status.isValid() && select("Wi-Fi"));
+        QQuickItem *arrow = summary()->findChildren<QQuickImage *>().last();
+        const auto shown = [this] {
+            QStringList texts = ScreenFixture::visibleTexts(summary());
+            texts.removeAll(QString());
+            return texts.mid(1).join(QLatin1Char(' '));
+        };
+        QCOMPARE(shown(), "Offline"_s);
+        QVERIFY(!summary()->isEnabled() && !arrow->isVisible() && polls().isEmpty() && status.isEmpty());
+        settle();
+        PanelSimulator::clearCallLog();
+
+        // Switched on: the connection shows, and a change within two seconds; DHCP is asked a second later.
+        QVERIFY(clickRowControl("Disable Network"_s));
+        QVERIFY(summary()->isEnabled() && arrow->isVisible());
+        QCOMPARE(polls(), "2000"_s);
+        QCOMPARE(shown(), "Online Plant-Floor"_s);
+        QCOMPARE(status.last(), (QVariantList{true, "Plant-Floor"_s}));
+        const QByteArray known = R"({"delaysMs": {"connect": 300}, "wifi": {"networks":
+            [{"ssid": "Known", "secured": true, "password": "wrong", "secret": "right"}]}})";
+        QVERIFY(loadState({known, R"({"wifi": {"connected": null}})"}));
+        QTRY_COMPARE_WITH_TIMEOUT(shown(), "Offline"_s, 3000);
+        QTRY_COMPARE(logged(), "enableNIC 4 1 1; setDHCP 4 1 1"_s);
+
+        // The summary leads to the Wi-Fi page. There a network with a known, wrong password: the summary
+        // keeps what it showed while the attempt is under way, whatever the poll finds, and follows the panel
+        // again once the attempt has failed.
+        QVERIFY(m_f->clickButton(summary()));
+        QCOMPARE(m_f->root()->currentPage(), AppRootItem::MI_Wifi);
+        auto *wifi = qobject_cast<QSP::CardWifi *>(m_f->card(AppRootItem::Card_Wifi));
+        auto *scan = wifi->property("scanButton").value<QQuickItem *>();
+        QTRY_VERIFY(scan->isEnabled()); // after the first scan
+        QVERIFY(m_f->clickButton(scan));
+        QTRY_COMPARE(wifi->wifiList().size(), 1);
+        QVERIFY(m_f->clickButton(wifi->wifiList()[0].item->findChild<QQuickAbstractButton *>()));
+        QVERIFY(loadState({known}));
+        QVERIFY(QMetaObject::invokeMethod(m_card, "updateWifiStatus")); // as the poll does
+        QCOMPARE(status.last(), (QVariantList{false, QString()}));
+        QTRY_VERIFY(ScreenFixture::findText(wifi->passwordDialog()->popupItem(), "Wrong password"_s));
+        QCOMPARE(status.last(), (QVariantList{true, "Plant-Floor"_s}));
+    }
+
+    void wifiDisconnected_data()
+    {
+        QTest::addColumn<QByteArray>("adapter");
+        QTest::addColumn<bool>("reset"); // by the Wi-Fi page's Reset, else by the network going away
+        QTest::addColumn<QString>("connected");
+        QTest::addColumn<QString>("disconnected");
+        // The addresses obtained from the network go with it; a static configuration is the adapter's own.
+        QTest::newRow("DHCP, gone") << QByteArray("{}") << false << "172.16.4.33"_s << QString();
+        QTest::newRow("DHCP, reset") << QByteArray("{}") << true << "172.16.4.33"_s << QString();
+        QTest::newRow("static, gone") << QByteArray(StaticWifi) << false << "192.168.5.9"_s
+                                      << "192.168.5.9"_s;
+        QTest::newRow("static, reset") << QByteArray(StaticWifi) << true << "192.168.5.9"_s
+                                       << "192.168.5.9"_s;
+    }
+
+    void wifiDisconnected()
+    {
+        QFETCH(QByteArray, adapter);
+        QFETCH(bool, reset);
+        QVERIFY(reopen(adapter) && select("Wi-Fi"));
+        auto *ip = control<CIpInput>("IP Address"_s);
+        QTEST(ip->ip(), "connected");
+        if (reset) {
+            QVERIFY(m_f->clickButton(summary()));
+            QQuickItem *button = ScreenFixture::findText(m_f->card(AppRootItem::Card_Wifi), "Reset"_s);
+            while (button && !button->inherits("QQuickAbstractButton"))
+                button = button->parentItem();
+            QTRY_VERIFY(button && button->isEnabled()); // once the page's first scan is done
+            QVERIFY(m_f->clickButton(button));
+        } else {
+            QVERIFY(loadState({adapter, R"({"wifi": {"connected": null}})"}));
+            QVERIFY(QMetaObject::invokeMethod(m_card, "updateWifiStatus")); // as the poll does
+        }
+        QTEST(ip->ip(), "disconnected");
+    }
+
+    void adapterCardAndPing()
+    {
+        QVERIFY(reopen(R"({"adapters": {"VPN": {"enabled": true}}})"));
+        QQuickItem *card = m_f->card(AppRootItem::Card_NIC);
+        auto *combo = qvariant_cast<QSP::ComboBox *>(card->property("combobox"));
+        const auto names = [combo] {
+            QStringList list;
+            for (const QVariant &row : combo->model().toList())
+                list << row.toMap().value("name"_s).toString();
+            return list.join(QLatin1Char(',')) + QLatin1Char('/') + QString::number(combo->currentIndex());
+        };
+        // The VPN is never offered. The default adapter switched off leaves the list, and nothing is
+        // selected.
+        QCOMPARE(names(), "LAN0,LAN1,Wi-Fi,4G/0"_s);
+        QVERIFY(clickRowControl("Disable Network"_s));
+        QCOMPARE(names(), "LAN1,Wi-Fi,4G/-1"_s);
+        QVERIFY(clickRowControl("Disable Network"_s));
+        QCOMPARE(names(), "LAN0,LAN1,Wi-Fi,4G/0"_s);
+        PanelSimulator::clearCallLog();
+        combo->setCurrentIndex(2); // picking "Wi-Fi"
+        QCOMPARE(logged(), "setDefaultNIC 4 0"_s);
+        PanelSimulator::clearCallLog();
+
+        // Two quick presses, the panel answering yes and then no, both slow enough to come before any result.
+        // The panel's own default is LAN0 again: the test runs through the adapter that the list shows.
+        const auto results = [this] { // the messages of the result dialogs, "-" for one closed but not freed
+            QStringList messages;
+            for (QSP::Dialog *dialog : m_f->root()->findChildren<QSP::Dialog *>()) {
+                if (dialog->title() == "Test Result"_s)
+                    messages << (dialog->isOpened() ? ScreenFixture::visibleTexts(dialog->bodyItem()).value(0)
+                                                    : "-"_s);
+            }
+            messages.sort();
+            return messages.join(QLatin1Char(','));
+        };
+        auto *test = card->findChild<QQuickItem *>("testButton"_s);
+        QElapsedTimer clock;
+        clock.start();
+        for (const char *ping : {R"({"ping": true, "delaysMs": {"ping": 300}})",
+                                 R"({"ping": false, "delaysMs": {"ping": 300}})"})
+            QVERIFY(loadState({ping}) && m_f->clickButton(test));
+        QCOMPARE(logged(), "pingTest 4; pingTest 4"_s);
+        QCOMPARE(results(), QString()); // nothing while the test runs
+        // Each result in a dialog of its own, which closes itself three seconds after it opened.
+        QTRY_COMPARE(results(), "Test failed!,Test successful!"_s);
+        QTest::qWait(2800 - int(clock.elapsed()));
+        QCOMPARE(results(), "Test failed!,Test successful!"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(!results().contains("Test"_s), 2000);
+        QVERIFY(clock.elapsed() >= 3100); // a coarse timer may fire up to 5 % early
+
+        // A closed result is freed, also one that a tap beside it closed before its time.
+        QTRY_COMPARE(results(), QString());
+        QVERIFY(loadState({R"({"ping": true, "delaysMs": {"ping": 10}})"}) && m_f->clickButton(test));
+        QTRY_COMPARE(results(), "Test successful!"_s);
+        QTest::mouseClick(m_f->window(), Qt::LeftButton, Qt::NoModifier, QPoint(5, 5));
+        QTRY_COMPARE(results(), QString());
+    }
+};
 
 QTEST_MAIN(tst_NetworkPage)
 #include "tst_networkpage.moc"
