@@ -147,8 +147,7 @@ private Q_SLOTS:
     {
         QVkbPluginLoader::instance()->setVkb(&m_keyboard);
         QVERIFY(PanelSimulator::loadStateJson(NETWORKS));
-        const QStringList size = qEnvironmentVariable("TST_SCREEN", "1024x600"_s).split(u'x');
-        QVERIFY(m_f.load(QSize(size.value(0).toInt(), size.value(1).toInt())));
+        QVERIFY(m_f.load());
         QVERIFY(m_f.showPage(AppRootItem::MI_Network));
         m_f.root()->setCurrentPage(AppRootItem::MI_Wifi);
         m_card = qobject_cast<CardWifi *>(m_f.card(AppRootItem::Card_Wifi));
