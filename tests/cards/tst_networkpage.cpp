@@ -13,7 +13,6 @@
 #include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QQuickWindow>
 #include <QRegularExpression>
 #include <QTimer>
@@ -36,8 +35,6 @@ QString operator""_s(const char *text, std::size_t size)
     return QString::fromUtf8(text, int(size));
 }
 
-/// Set in a child process: the panel state (JSON) to build the screen on, at the size that TST_SCREEN names.
-constexpr char ChildVariable[] = "TST_NETPAGE_CHILD";
 constexpr char Quick[] = R"({"delaysMs": {"dhcp": 0, "ping": 0, "scan": 0, "reset": 0, "connect": 0}})";
 constexpr char AllAdapters[] = R"({"adapters": {"LAN0": {}, "LAN1": {}, "WIFI": {}, "4G": {}, "VPN": {}}})";
 constexpr char StaticWifi[] = R"({"adapters": {"WIFI": {"dhcp": false, "static":
@@ -90,22 +87,6 @@ T *childOf(QQuickItem *row)
     return nullptr;
 }
 
-/// Runs this program again for childReport() on a screen of @p size and the panel @p state; returns the
-/// fields that it reported, or its whole output when it reported nothing.
-QStringList childSaw(const char *size, const QByteArray &state)
-{
-    QProcess child;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QLatin1String(ChildVariable), QString::fromUtf8(state));
-    env.insert("TST_SCREEN"_s, QLatin1String(size));
-    child.setProcessEnvironment(env);
-    child.start(QCoreApplication::applicationFilePath(), {"childReport"_s});
-    child.waitForFinished(60000);
-    const QString output = QString::fromUtf8(child.readAllStandardOutput());
-    const QString report = output.section("REPORT "_s, 1).section(u'\n', 0, 0);
-    return report.isEmpty() ? QStringList{output} : report.split(u'|');
-}
-
 } // namespace
 
 /// The Network page as a person uses it: adapter buttons and rows, switches, address fields, the status
@@ -117,7 +98,21 @@ class tst_NetworkPage : public QObject
     std::unique_ptr<ScreenFixture> m_f;
     CardNetwork *m_card = nullptr;
 
-    static bool isChild() { return qEnvironmentVariableIsSet(ChildVariable); }
+    bool m_standard = false; ///< the screen is the one that most cases share
+
+    /// Builds the screen anew (one screen at a time: the old one goes first) at @p size, on the panel loaded
+    /// with @p patch, and shows the Network page.
+    bool build(const QSize &size, const QByteArray &patch, bool all)
+    {
+        m_f.reset();
+        m_f = std::make_unique<ScreenFixture>();
+        m_standard = false;
+        if (!loadState({patch}, all) || !m_f->load(size) || !m_f->showPage(AppRootItem::MI_Network))
+            return false;
+        m_card = qobject_cast<CardNetwork *>(m_f->card(AppRootItem::Card_Network));
+        settle();
+        return m_card;
+    }
     /// Presses the adapter's button and lets the rows take their places, as the next frame does.
     bool select(const char *adapter)
     {
@@ -177,15 +172,26 @@ class tst_NetworkPage : public QObject
         return qvariant_cast<CIpInput *>(
             m_f->card(AppRootItem::Card_DNS)->property(server == 1 ? "dns1Input" : "dns2Input"));
     }
-    /// The DNS card's two servers and whether they can be typed in.
-    QString dnsShown() const
+    /// Address fields as shown, "a/b/c", and whether they can be typed in.
+    static QString shown(const QList<CIpInput *> &inputs)
     {
-        const bool editable = dns(1)->isEnabled() && dns(2)->isEnabled();
-        return dns(1)->ip() + u'/' + dns(2)->ip() +
-               (editable                                     ? " editable"_s
-                : dns(1)->isEnabled() || dns(2)->isEnabled() ? " mixed"_s
-                                                             : " locked"_s);
+        QStringList ips;
+        int editable = 0;
+        for (CIpInput *input : inputs) {
+            ips << (input ? input->ip() : "-"_s);
+            editable += input && input->isEnabled();
+        }
+        return ips.join(u'/') + (editable == inputs.size() ? " editable"_s
+                                 : editable                ? " mixed"_s
+                                                           : " locked"_s);
     }
+    /// The selected adapter's addresses, and the DNS card's two servers.
+    QString addresses() const
+    {
+        return shown({control<CIpInput>("IP Address"_s), control<CIpInput>("Subnet Mask"_s),
+                      control<CIpInput>("Default Gateway"_s)});
+    }
+    QString dnsShown() const { return shown({dns(1), dns(2)}); }
     /// Whether the adapter and DNS cards stand beside the network card.
     bool besides() const
     {
@@ -193,32 +199,22 @@ class tst_NetworkPage : public QObject
     }
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        if (isChild())
-            return;
-        QVERIFY(loadState());
-        m_f = std::make_unique<ScreenFixture>();
-        QVERIFY(m_f->load(QSize(800, 1280)));
-        m_f->window()->requestActivate();
-        QVERIFY(QTest::qWaitForWindowActive(m_f->window()));
-        QVERIFY(m_f->showPage(AppRootItem::MI_Network));
-        QVERIFY(m_card = qobject_cast<CardNetwork *>(m_f->card(AppRootItem::Card_Network)));
-    }
-
     void init()
     {
-        if (isChild())
-            return;
         // Every case starts from the panel's state as the screen shows it on opening, LAN0 selected.
+        if (!m_standard) {
+            QVERIFY(build(QSize(800, 1280), "{}", true));
+            m_f->window()->requestActivate();
+            QVERIFY(m_standard = QTest::qWaitForWindowActive(m_f->window()));
+        }
         QSP::GlobalInfo::switchLanguage(QLocale(QLocale::English, QLocale::UnitedStates));
         QVERIFY(reopen() && select("LAN0"));
         settle();
         PanelSimulator::clearCallLog();
     }
 
-    // One screen per process: the adapter buttons are made once, from the panel's adapters; the layout is
-    // chosen once, from the screen's size.
+    // A screen of its own for each: the adapter buttons are made once, from the panel's adapters, and the
+    // layout is chosen once, from the screen's size.
 
     void firstSelection_data()
     {
@@ -237,18 +233,19 @@ private Q_SLOTS:
                                               QString::fromUtf8(dhcp)}
                                       .join(u'|');
         };
-        const char *lease = "172.16.4.33/255.255.0.0/172.16.0.1";
-        add("all adapters", "{}", "LAN0*,LAN1,Wi-Fi,4G,VPN", "", "192.168.1.20/255.255.255.0/192.168.1.1");
+        const char *lease = "172.16.4.33/255.255.0.0/172.16.0.1 locked";
+        add("all adapters", "{}", "LAN0*,LAN1,Wi-Fi,4G,VPN", "",
+            "192.168.1.20/255.255.255.0/192.168.1.1 editable");
         add("LAN0 in DHCP", R"({"adapters": {"LAN0": {"dhcp": true}}})", "LAN0*", "",
-            "192.168.1.120/255.255.255.0/192.168.1.1", "setDHCP 1 1 1");
+            "192.168.1.120/255.255.255.0/192.168.1.1 locked", "setDHCP 1 1 1");
         add("LAN1 and Wi-Fi", R"({"adapters": {"LAN1": {}, "WIFI": {}}})", "LAN1*,Wi-Fi", "",
-            "10.0.0.57/255.0.0.0/10.0.0.1", "setDHCP 2 1 1");
+            "10.0.0.57/255.0.0.0/10.0.0.1 locked", "setDHCP 2 1 1");
         // 30 bytes and a three-byte character cut after its second byte: shown as the Wi-Fi page shows it.
         add("Wi-Fi name cut at 32 bytes",
             R"({"adapters": {"WIFI": {}}, "wifi": {"connected": "0123456789abcdef0123456789abcd你"}})",
             "Wi-Fi*", "Online 0123456789abcdef0123456789abcd", lease, "setDHCP 4 1 1");
         add("Wi-Fi disconnected", R"({"adapters": {"WIFI": {}}, "wifi": {"connected": null}})", "Wi-Fi*",
-            "Offline", "0.0.0.0/0.0.0.0/0.0.0.0", "setDHCP 4 1 1");
+            "Offline", "0.0.0.0/0.0.0.0/0.0.0.0 locked", "setDHCP 4 1 1");
         add("only 4G and VPN", R"({"adapters": {"4G": {}, "VPN": {}}})", "4G,VPN", "", "");
         add("none", R"({"adapters": {}})", "", "", "");
     }
@@ -256,7 +253,21 @@ private Q_SLOTS:
     void firstSelection()
     {
         QFETCH(QByteArray, state);
-        QTEST(childSaw("1024x600", state).mid(0, 4).join(u'|'), "page");
+        QVERIFY(build(QSize(1024, 600), state, false));
+        QStringList buttons, rows;
+        for (QQuickItem *button : m_card->property("nicButtonFlow").value<QQuickItem *>()->childItems())
+            buttons << ScreenFixture::visibleTexts(button).join(QString()) +
+                           (button->property("checked").toBool() ? "*"_s : QString());
+        for (QQuickItem *row : m_card->property("layout").value<QQuickItem *>()->childItems().mid(2)) {
+            QStringList texts = ScreenFixture::visibleTexts(row);
+            texts.removeAll(QString()); // a label, or the three texts of the Wi-Fi summary
+            if (!texts.isEmpty())
+                rows << texts.mid(0, row->inherits("QSP::BeepButton") ? 3 : 1).join(u' ');
+        }
+        QTEST(QStringList({buttons.join(u','), rows.join(u','), rows.isEmpty() ? QString() : addresses(),
+                           logged().split("; "_s).filter("DHCP"_s).join(u';')})
+                  .join(u'|'),
+              "page");
     }
 
     void layout_data()
@@ -268,41 +279,18 @@ private Q_SLOTS:
         QTest::newRow("800x1280") << "menu 210; card at 230,72, 550 wide"_s;
     }
 
-    void layout() { QTEST(childSaw(QTest::currentDataTag(), "{}").value(4), "shown"); }
-
-    void childReport()
+    void layout()
     {
-        if (!isChild())
-            QSKIP("runs in a child process, one per screen size and panel state");
-        QVERIFY(loadState({qgetenv(ChildVariable)}, false));
-        ScreenFixture f;
-        QVERIFY(f.load());
-        QVERIFY(f.showPage(AppRootItem::MI_Network));
-        settle();
-        QQuickItem *card = f.card(AppRootItem::Card_Network);
-        QStringList buttons, rows, addresses;
-        for (QQuickItem *button : card->property("nicButtonFlow").value<QQuickItem *>()->childItems())
-            buttons << ScreenFixture::visibleTexts(button).join(QString()) +
-                           (button->property("checked").toBool() ? "*"_s : QString());
-        for (QQuickItem *row : card->property("layout").value<QQuickItem *>()->childItems().mid(2)) {
-            QStringList texts = ScreenFixture::visibleTexts(row);
-            texts.removeAll(QString()); // a label, or the three texts of the Wi-Fi summary
-            if (!texts.isEmpty())
-                rows << texts.mid(0, row->inherits("QSP::BeepButton") ? 3 : 1).join(u' ');
-            if (auto *input = childOf<CIpInput>(row); input && row->isVisible() && addresses.size() < 3)
-                addresses << input->ip(); // the MAC's field comes last
-        }
-        QQuickItem *menu = f.root()->property("menuBar").value<QQuickItem *>();
-        const QPointF at = card->mapToScene(QPointF());
-        const QStringList page{buttons.join(u','), rows.join(u','), addresses.join(u'/'),
-                               logged().split("; "_s).filter("DHCP"_s).join(u';'),
-                               "menu %1; card at %2,%3, %4 wide"_s
-                                   .arg(menu->isVisible() ? QString::number(menu->width()) : "hidden"_s)
-                                   .arg(at.x())
-                                   .arg(at.y())
-                                   .arg(card->width())};
-        std::printf("REPORT %s\n", qPrintable(page.join(u'|')));
-        std::fflush(stdout);
+        const QStringList size = QString::fromLatin1(QTest::currentDataTag()).split(u'x');
+        QVERIFY(build(QSize(size[0].toInt(), size[1].toInt()), "{}", true));
+        QQuickItem *menu = m_f->root()->property("menuBar").value<QQuickItem *>();
+        const QPointF at = m_card->mapToScene(QPointF());
+        QTEST("menu %1; card at %2,%3, %4 wide"_s
+                  .arg(menu->isVisible() ? QString::number(menu->width()) : "hidden"_s)
+                  .arg(at.x())
+                  .arg(at.y())
+                  .arg(m_card->width()),
+              "shown");
     }
 
     // One panel for the rest: all five adapters.
@@ -318,9 +306,7 @@ private Q_SLOTS:
         QVERIFY(select("LAN1") && select("LAN1"));
         QCOMPARE(changed.count(), 1);
         QCOMPARE(logged(), "setDHCP 2 1 1"_s);
-        auto *ip = control<CIpInput>("IP Address"_s);
-        QVERIFY(ip && !ip->isEnabled());
-        QTRY_COMPARE(ip->ip(), "10.0.0.57"_s);
+        QTRY_COMPARE(addresses(), "10.0.0.57/255.0.0.0/10.0.0.1 locked"_s);
         QCOMPARE(dnsShown(), "10.0.0.1/0.0.0.0 locked"_s);
 
         // Back to the static LAN0: its rows were kept, and nothing is asked of the panel.
@@ -328,7 +314,7 @@ private Q_SLOTS:
         QCOMPARE(changed.count(), 2);
         QCOMPARE(m_card->findChildren<CIpInput *>().size(), inputs + 3);
         QCOMPARE(logged(), "setDHCP 2 1 1"_s);
-        QCOMPARE(control<CIpInput>("IP Address"_s)->ip(), "192.168.1.20"_s);
+        QCOMPARE(addresses(), "192.168.1.20/255.255.255.0/192.168.1.1 editable"_s);
         QCOMPARE(dnsShown(), "192.168.1.1/8.8.8.8 editable"_s);
     }
 
@@ -347,13 +333,13 @@ private Q_SLOTS:
                                << staticChangeable << dhcpLater;
         };
         const QString off = "Disable Network"_s, fixed = "Static IP"_s;
-        add("LAN0 off", "LAN0", {off}, "enableNIC 1 0 1", "locked", false);
-        add("LAN0 off and on, static", "LAN0", {off, off}, "enableNIC 1 0 1; enableNIC 1 1 1", "editable",
-            true);
-        add("LAN0 to DHCP", "LAN0", {fixed}, "setDHCP 1 1 1", "locked", true);
-        add("LAN1 off and on, DHCP", "LAN1", {off, off}, "enableNIC 2 0 1; enableNIC 2 1 1", "locked", true,
-            true);
-        add("LAN1 to static", "LAN1", {fixed}, "setDHCP 2 0 1", "editable", true);
+        add("LAN0 off", "LAN0", {off}, "enableNIC 1 0 1", "locked,locked", false);
+        add("LAN0 off and on, static", "LAN0", {off, off}, "enableNIC 1 0 1; enableNIC 1 1 1",
+            "editable,editable", true);
+        add("LAN0 to DHCP", "LAN0", {fixed}, "setDHCP 1 1 1", "locked,locked", true);
+        add("LAN1 off and on, DHCP", "LAN1", {off, off}, "enableNIC 2 0 1; enableNIC 2 1 1", "locked,locked",
+            true, true);
+        add("LAN1 to static", "LAN1", {fixed}, "setDHCP 2 0 1", "editable,editable", true);
     }
 
     void switchRules()
@@ -368,12 +354,7 @@ private Q_SLOTS:
             QVERIFY(clickRowControl(label));
 
         // The fields follow the switches at once, before the panel has answered.
-        QStringList fields;
-        for (const char *label : {"IP Address", "Subnet Mask", "Default Gateway"})
-            fields << (control<CIpInput>(QLatin1String(label))->isEnabled() ? "editable"_s : "locked"_s);
-        fields << dnsShown().section(u' ', 1);
-        fields.removeDuplicates();
-        QTEST(fields.join(u','), "fields");
+        QTEST(addresses().section(u' ', 1) + u',' + dnsShown().section(u' ', 1), "fields");
         QTEST(control<QSP::BeepSwitch>("Static IP"_s)->isEnabled(), "staticChangeable");
         QTEST(logged(), "calls");
 

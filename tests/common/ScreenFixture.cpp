@@ -14,7 +14,10 @@ ScreenFixture::ScreenFixture()
     : m_library(QStringLiteral(QSP_PLUGIN_PATH))
 {}
 
-ScreenFixture::~ScreenFixture() = default;
+ScreenFixture::~ScreenFixture()
+{
+    delete m_root; // as a host does, before the window and the engine in it
+}
 
 bool ScreenFixture::load(QSize size)
 {

@@ -5,6 +5,7 @@
 
 #include <QLibrary>
 #include <QPoint>
+#include <QPointer>
 #include <QSize>
 #include <QStringList>
 
@@ -20,7 +21,7 @@ class ScreenFixture
 {
 public:
     ScreenFixture();
-    ~ScreenFixture();
+    ~ScreenFixture(); ///< deletes the screen, so that another can be built
 
     /// Builds the screen at @p size (empty: the size that TST_SCREEN names as WxH, else 1024x600); false
     /// (with a warning) when anything on the way fails.
@@ -52,5 +53,5 @@ private:
     QLibrary m_library;
     std::shared_ptr<ISystemSet> m_settings;
     std::unique_ptr<QQuickWindow> m_window;
-    QSP::AppRootItem *m_root = nullptr;
+    QPointer<QSP::AppRootItem> m_root;
 };
