@@ -98,20 +98,18 @@ class tst_NetworkPage : public QObject
     std::unique_ptr<ScreenFixture> m_f;
     CardNetwork *m_card = nullptr;
 
-    bool m_standard = false; ///< the screen is the one that most cases share
-
-    /// Builds the screen anew (one screen at a time: the old one goes first) at @p size, on the panel loaded
-    /// with @p patch, and shows the Network page.
-    bool build(const QSize &size, const QByteArray &patch, bool all)
+    /// Builds the screen anew (one screen at a time: the old one goes first) on the panel loaded with @p
+    /// patch (see loadState()), and shows the Network page.
+    bool build(const QByteArray &patch = "{}", bool all = true, const QSize &size = QSize(800, 1280))
     {
         m_f.reset();
         m_f = std::make_unique<ScreenFixture>();
-        m_standard = false;
         if (!loadState({patch}, all) || !m_f->load(size) || !m_f->showPage(AppRootItem::MI_Network))
             return false;
         m_card = qobject_cast<CardNetwork *>(m_f->card(AppRootItem::Card_Network));
+        m_f->window()->requestActivate();
         settle();
-        return m_card;
+        return m_card && QTest::qWaitForWindowActive(m_f->window());
     }
     /// Presses the adapter's button and lets the rows take their places, as the next frame does.
     bool select(const char *adapter)
@@ -121,14 +119,6 @@ class tst_NetworkPage : public QObject
         QQuickWindowPrivate *window = QQuickWindowPrivate::get(m_f->window());
         return text && m_f->clickButton(text->parentItem()) &&
                QTest::qWaitFor([window] { return window->itemsToPolish.isEmpty(); });
-    }
-    /// Opens the screen again on the Network page, the panel loaded with @p patch (see loadState()).
-    bool reopen(const QByteArray &patch = "{}")
-    {
-        const bool loaded = loadState({patch});
-        m_f->close();
-        m_f->open();
-        return loaded && m_f->showPage(AppRootItem::MI_Network);
     }
     /// The visible row of the network card (below its adapter buttons) that shows @p label.
     QQuickItem *row(const QString &label) const
@@ -201,20 +191,14 @@ class tst_NetworkPage : public QObject
 private Q_SLOTS:
     void init()
     {
-        // Every case starts from the panel's state as the screen shows it on opening, LAN0 selected.
-        if (!m_standard) {
-            QVERIFY(build(QSize(800, 1280), "{}", true));
-            m_f->window()->requestActivate();
-            QVERIFY(m_standard = QTest::qWaitForWindowActive(m_f->window()));
-        }
+        // Every case starts on a screen of its own, the Network page shown and LAN0 selected.
         QSP::GlobalInfo::switchLanguage(QLocale(QLocale::English, QLocale::UnitedStates));
-        QVERIFY(reopen() && select("LAN0"));
-        settle();
+        QVERIFY(build());
         PanelSimulator::clearCallLog();
     }
 
-    // A screen of its own for each: the adapter buttons are made once, from the panel's adapters, and the
-    // layout is chosen once, from the screen's size.
+    // The adapter buttons are made once, from the panel's adapters, and the layout is chosen once, from the
+    // screen's size.
 
     void firstSelection_data()
     {
@@ -253,7 +237,7 @@ private Q_SLOTS:
     void firstSelection()
     {
         QFETCH(QByteArray, state);
-        QVERIFY(build(QSize(1024, 600), state, false));
+        QVERIFY(build(state, false, QSize(1024, 600)));
         QStringList buttons, rows;
         for (QQuickItem *button : m_card->property("nicButtonFlow").value<QQuickItem *>()->childItems())
             buttons << ScreenFixture::visibleTexts(button).join(QString()) +
@@ -282,7 +266,7 @@ private Q_SLOTS:
     void layout()
     {
         const QStringList size = QString::fromLatin1(QTest::currentDataTag()).split(u'x');
-        QVERIFY(build(QSize(size[0].toInt(), size[1].toInt()), "{}", true));
+        QVERIFY(build("{}", true, QSize(size[0].toInt(), size[1].toInt())));
         QQuickItem *menu = m_f->root()->property("menuBar").value<QQuickItem *>();
         const QPointF at = m_card->mapToScene(QPointF());
         QTEST("menu %1; card at %2,%3, %4 wide"_s
@@ -292,8 +276,6 @@ private Q_SLOTS:
                   .arg(m_card->width()),
               "shown");
     }
-
-    // One panel for the rest: all five adapters.
 
     void selectingAdapters()
     {
@@ -544,7 +526,7 @@ private Q_SLOTS:
     void wifiSummary()
     {
         // Opened with Wi-Fi switched off: the summary cannot be pressed, shows no arrow and is not polled.
-        QVERIFY(reopen(R"({"adapters": {"WIFI": {"enabled": false}}})"));
+        QVERIFY(build(R"({"adapters": {"WIFI": {"enabled": false}}})"));
         QSignalSpy status(m_card, &CardNetwork::wifiStatusChanged);
         QVERIFY(status.isValid() && select("Wi-Fi"));
         QQuickItem *arrow = summary()->findChildren<QQuickImage *>().last();
@@ -604,7 +586,7 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, adapter);
         QFETCH(bool, reset);
-        QVERIFY(reopen(adapter) && select("Wi-Fi"));
+        QVERIFY(build(adapter) && select("Wi-Fi"));
         auto *ip = control<CIpInput>("IP Address"_s);
         if (reset) {
             QVERIFY(m_f->clickButton(summary()));
@@ -622,7 +604,7 @@ private Q_SLOTS:
 
     void adapterCardAndPing()
     {
-        QVERIFY(reopen(R"({"adapters": {"VPN": {"enabled": true}}})"));
+        QVERIFY(build(R"({"adapters": {"VPN": {"enabled": true}}})"));
         QQuickItem *card = m_f->card(AppRootItem::Card_NIC);
         auto *combo = qvariant_cast<QSP::ComboBox *>(card->property("combobox"));
         const auto names = [combo] {
