@@ -50,8 +50,7 @@ QJsonObject merged(QJsonObject base, const QJsonObject &patch)
     return base;
 }
 
-/// Loads the panel's defaults with quick callbacks, all five adapters (unless @p all is false) and each
-/// patch in turn on top.
+/// Loads the panel's defaults, quick callbacks, all five adapters (unless @p all is false) and each patch.
 bool loadState(std::initializer_list<QByteArray> patches = {}, bool all = true)
 {
     QJsonObject state;
@@ -77,20 +76,9 @@ void settle()
     QTest::qWait(30);
 }
 
-template<typename T>
-T *childOf(QQuickItem *row)
-{
-    for (QQuickItem *child : row ? row->childItems() : QList<QQuickItem *>()) {
-        if (auto *found = qobject_cast<T *>(child))
-            return found;
-    }
-    return nullptr;
-}
-
 } // namespace
 
-/// The Network page as a person uses it: adapter buttons and rows, switches, address fields, the status
-/// rows and their polls, the Wi-Fi summary, the default adapter with its ping test and the DNS servers.
+/// The Network page as a person uses it, with the adapter and DNS cards beside it and the Wi-Fi summary.
 class tst_NetworkPage : public QObject
 {
     Q_OBJECT
@@ -123,16 +111,20 @@ class tst_NetworkPage : public QObject
     /// The visible row of the network card (below its adapter buttons) that shows @p label.
     QQuickItem *row(const QString &label) const
     {
-        for (QQuickItem *item : m_card->property("layout").value<QQuickItem *>()->childItems().mid(2)) {
+        for (QQuickItem *item : m_card->property("layout").value<QQuickItem *>()->childItems().mid(2))
             if (ScreenFixture::findText(item, label))
                 return item;
-        }
         return nullptr;
     }
+    /// The control of type T in that row.
     template<typename T>
     T *control(const QString &label) const
     {
-        return childOf<T>(row(label));
+        const QQuickItem *labelled = row(label);
+        for (QQuickItem *child : labelled ? labelled->childItems() : QList<QQuickItem *>())
+            if (auto *found = qobject_cast<T *>(child))
+                return found;
+        return nullptr;
     }
     bool clickRowControl(const QString &label) { return m_f->clickButton(control<QSP::BeepSwitch>(label)); }
     /// The "Connection Status" of the 4G modem or the VPN: its text and colour, and the 4G signal icon.
@@ -150,10 +142,9 @@ class tst_NetworkPage : public QObject
     QString polls() const
     {
         QStringList intervals;
-        for (const QTimer *timer : m_card->findChildren<QTimer *>(QString(), Qt::FindDirectChildrenOnly)) {
+        for (const QTimer *timer : m_card->findChildren<QTimer *>(QString(), Qt::FindDirectChildrenOnly))
             if (timer->isActive())
                 intervals << QString::number(timer->interval());
-        }
         return intervals.join(u',');
     }
     QQuickItem *summary() const { return m_card->findChild<QQuickItem *>("wifiSettingsButton"_s); }
@@ -257,24 +248,17 @@ private Q_SLOTS:
     void layout_data()
     {
         // Narrower than 800 pixels the menu fills the screen, and the page replaces it from the screen's
-        // edges.
-        QTest::addColumn<QString>("shown"); // the menu's width, and where the network card is and how wide
-        QTest::newRow("799x1280") << "menu hidden; card at 12,84, 775 wide"_s;
-        QTest::newRow("800x1280") << "menu 210; card at 230,72, 550 wide"_s;
+        // edges; from 800 on, the page stands beside the menu, right under the title bar.
+        QTest::addColumn<QRectF>("card"); // where the network card is, and how wide
+        QTest::newRow("799x1280") << QRectF(12, 84, 775, 1);
+        QTest::newRow("800x1280") << QRectF(230, 72, 550, 1);
     }
 
     void layout()
     {
         const QStringList size = QString::fromLatin1(QTest::currentDataTag()).split(u'x');
         QVERIFY(build("{}", true, QSize(size[0].toInt(), size[1].toInt())));
-        QQuickItem *menu = m_f->root()->property("menuBar").value<QQuickItem *>();
-        const QPointF at = m_card->mapToScene(QPointF());
-        QTEST("menu %1; card at %2,%3, %4 wide"_s
-                  .arg(menu->isVisible() ? QString::number(menu->width()) : "hidden"_s)
-                  .arg(at.x())
-                  .arg(at.y())
-                  .arg(m_card->width()),
-              "shown");
+        QTEST(m_card->mapRectToScene(QRectF(0, 0, m_card->width(), 1)), "card");
     }
 
     void selectingAdapters()
