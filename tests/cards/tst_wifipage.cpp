@@ -389,11 +389,14 @@ private Q_SLOTS:
         QTest::addColumn<QString>("call");
         QTest::addColumn<QString>("outcome"); // empty: connected and closed
         QTest::addColumn<QString>("then");    // the call that follows the outcome, if any
+        QTest::addColumn<int>("wait");        // for a final outcome, when shortened (ms)
+        QTest::addColumn<bool>("late");       // the outcome comes after all, after the wait
 
         const auto add = [](const char *tag, int row, const QString &typed, const QByteArray &panel,
-                            const char *call, const char *outcome = "", const char *then = "") {
+                            const char *call, const char *outcome = "", const char *then = "", int wait = 0,
+                            bool late = false) {
             QTest::newRow(tag) << row << typed << panel << QString::fromUtf8(call)
-                               << QString::fromUtf8(outcome) << QString::fromUtf8(then);
+                               << QString::fromUtf8(outcome) << QString::fromUtf8(then) << wait << late;
         };
         const QByteArray noAddress =
             networks(R"("dhcp": true, "lease": {"ip": "172.16.4.33"})", R"("dhcp": false)");
@@ -404,6 +407,12 @@ private Q_SLOTS:
         add("time out", 5, "x"_s, {}, R"("Slow" pw=1)", "Time out");
         add("empty, offline", 0, ""_s, NO_NETWORKS, R"("Office" pw=0)", "Wi-Fi Offline", "scanWifi");
         add("1000 characters", 0, QString(1000, u'p'), {}, R"("Office" pw=1000)", "Wrong password");
+        // Without a final outcome in time, the attempt ends as a time-out; one that comes later still counts.
+        const char *guest = R"("Guest", "strength": 60, "secured": false)";
+        add("unknown outcome", 2, QString(), networks(guest, R"("Guest", "secured": false, "result": 9)"),
+            R"("Guest" pw=0)", "Time out", "", 300);
+        add("outcome too late", 2, QString(), networks(R"("connect": 40)", R"("connect": 1500)"),
+            R"("Guest" pw=0)", "Time out", "", 300, true);
     }
 
     void connectionOutcome()
@@ -412,23 +421,31 @@ private Q_SLOTS:
         QFETCH(QByteArray, panel);
         QFETCH(QString, outcome);
         QFETCH(QString, then);
+        QFETCH(int, wait);
         rescan();
         if (!panel.isEmpty())
             QVERIFY(PanelSimulator::loadStateJson(panel.constData()));
         PanelSimulator::clearCallLog();
         QSignalSpy connected(m_card, &CardWifi::connectedChanged);
         QVERIFY(connected.isValid());
+        if (wait)
+            m_card->setConnectTimeout(wait);
         QFETCH(int, row);
         tapRow(row);
         QVERIFY(dialogOpen());
         if (typed.isNull())
-            QVERIFY(!bodyShown() && dialogText("Connecting"_s));
+            QVERIFY(m_card->state() == CardWifi::Connecting && !bodyShown() && dialogText("Connecting"_s));
         else if (!typed.isEmpty())
             typePassword(typed);
         if (!typed.isNull())
             clickConnect();
         QFETCH(QString, call);
         QCOMPARE(ScreenFixture::calls("connectWifi " + call.toStdString()), 1);
+        if (wait) { // a scan's result meanwhile leaves the attempt on show
+            m_card->onScanResult(nullptr);
+            QVERIFY(m_card->state() == CardWifi::Connecting && dialogOpen() && !bodyShown() &&
+                    spinner()->isVisible() && dialogText("Connecting"_s));
+        }
 
         if (outcome.isEmpty()) {
             // Connected: without an address the dialog waits for DHCP's report, then closes.
@@ -443,46 +460,21 @@ private Q_SLOTS:
             QTRY_VERIFY(dialogText(outcome));
             QCOMPARE(dialogText(outcome)->color(), QColor(Qt::red));
             QVERIFY(dialogOpen() && bodyShown() && connected.isEmpty());
+            QCOMPARE(spinner()->isVisible(), then == "scanWifi"_s); // only a scan's
             QCOMPARE(input()->text(), typed.isNull() ? QString() : typed);
         }
         // What follows: a new scan when offline, DHCP for a connection without an address.
         for (const char *next : {"scanWifi", "setDHCP"})
             QCOMPARE(ScreenFixture::calls(next), then.startsWith(QLatin1String(next)) ? 1 : 0);
         QVERIFY(then.isEmpty() || ScreenFixture::calls(then.toStdString()) == 1);
-    }
 
-    void connectionWithoutOutcome_data()
-    {
-        QTest::addColumn<QByteArray>("panel");
-        QTest::addColumn<bool>("late"); // the outcome comes after all
-        const char *guest = R"("Guest", "strength": 60, "secured": false)";
-        QTest::newRow("unknown outcome")
-            << networks(guest, R"("Guest", "secured": false, "result": 9)") << false;
-        QTest::newRow("outcome too late") << networks(R"("connect": 40)", R"("connect": 1500)") << true;
-    }
-
-    void connectionWithoutOutcome()
-    {
-        QFETCH(QByteArray, panel);
-        rescan(panel);
-        m_card->setConnectTimeout(300);
-        tapRow(2); // an open network: the tap connects
-        QCOMPARE(m_card->state(), CardWifi::Connecting);
-        // A scan's result meanwhile leaves the attempt on show.
-        m_card->onScanResult(nullptr);
-        QCOMPARE(m_card->state(), CardWifi::Connecting);
-        QVERIFY(dialogOpen() && !bodyShown() && spinner()->isVisible() && dialogText("Connecting"_s));
-
-        // No final outcome in time: the attempt ends as a time-out, and the card takes scans again.
-        QTRY_VERIFY(dialogText("Time out"_s));
-        QCOMPARE(dialogText("Time out"_s)->color(), QColor(Qt::red));
-        QVERIFY(bodyShown() && !spinner()->isVisible());
-        dialog()->close();
-        rescan(panel);
-
-        // An outcome that comes after all is taken as it comes; a progress report after the end is awaited
-        // again, and ends the same way.
+        // After the wait the card takes scans again. An outcome that comes after all is taken as it comes; a
+        // progress report after the end is awaited again, and ends the same way.
         QFETCH(bool, late);
+        if (wait) {
+            dialog()->close();
+            rescan(panel);
+        }
         if (late) {
             QTRY_COMPARE(m_card->state(), CardWifi::Online);
             QCOMPARE(currentName()->text(), "Guest"_s);
