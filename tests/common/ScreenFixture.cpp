@@ -8,48 +8,52 @@
 #include <QtQuickTemplates2/private/qquickabstractbutton_p.h>
 #include <QtTest>
 
+#include <algorithm>
+
 ScreenFixture::ScreenFixture()
     : m_library(QStringLiteral(QSP_PLUGIN_PATH))
 {}
 
-ScreenFixture::~ScreenFixture() = default;
-
-bool ScreenFixture::load(const QSize &size, int popupZ)
+ScreenFixture::~ScreenFixture()
 {
-    if (!m_library.load()) {
-        qWarning() << m_library.errorString();
-        return false;
+    delete m_root; // as a host does, before the window and the engine in it
+}
+
+bool ScreenFixture::load(QSize size)
+{
+    if (size.isEmpty()) {
+        const QStringList named = qEnvironmentVariable("TST_SCREEN", QStringLiteral("1024x600")).split(u'x');
+        size = QSize(named.value(0).toInt(), named.value(1).toInt());
     }
     const auto getInstance = reinterpret_cast<PlexaGetInstanceFn>(m_library.resolve("PlexaGetInstance"));
     Plexa::PluginRegistry *registry = getInstance ? getInstance() : nullptr;
     m_settings = registry ? registry->create<ISystemSet>() : nullptr;
-    if (!m_settings)
+    if (!m_settings) {
+        qWarning() << m_library.errorString();
         return false;
+    }
     m_window = std::make_unique<QQuickWindow>();
     m_window->resize(size);
-    m_engine = new QQmlEngine(m_window.get());
-    m_root =
-        qobject_cast<QSP::AppRootItem *>(m_settings->init(m_engine, size.width(), size.height(), popupZ));
+    auto *engine = new QQmlEngine(m_window.get());
+    m_root = qobject_cast<QSP::AppRootItem *>(m_settings->init(engine, size.width(), size.height(), 20000));
     if (!m_root)
         return false;
     m_root->setParentItem(m_window->contentItem());
     m_window->show();
-    if (!QTest::qWaitForWindowExposed(m_window.get()))
-        return false;
+    const bool exposed = QTest::qWaitForWindowExposed(m_window.get());
     m_settings->open();
-    return true;
+    return exposed;
 }
 
 bool ScreenFixture::showPage(QSP::AppRootItem::MenuIndex page)
 {
-    if (m_root->currentPage() == page &&
-        m_root->property("menuBar").value<QQuickItem *>()->isVisible() == !m_root->shouldMenuFill())
+    auto *menu = m_root->property("menuBar").value<QQuickItem *>();
+    if (m_root->currentPage() == page && menu->isVisible() == !m_root->shouldMenuFill())
         return true;
     if (auto *back = m_root->findChild<QQuickItem *>(QStringLiteral("returnButton"));
         back && back->isVisible())
         click(back);
-    QQuickItem *button =
-        findText(m_root->property("menuBar").value<QQuickItem *>(), QSP::getMenuTitleRuntime(page));
+    QQuickItem *button = findText(menu, QSP::getMenuTitleRuntime(page));
     return button && clickButton(button) && m_root->currentPage() == page;
 }
 
@@ -74,15 +78,13 @@ bool ScreenFixture::clickButton(QQuickItem *item)
     if (!button)
         return false;
     QSignalSpy clicked(button, &QQuickAbstractButton::clicked);
-    return clicked.isValid() && click(button) && clicked.count() == 1;
+    return click(button) && clicked.count() == 1;
 }
 
 QQuickItem *ScreenFixture::findText(QQuickItem *under, const QString &text)
 {
-    if (!under || !under->isVisible())
-        return nullptr;
-    if (under->property("text").toString() == text)
-        return under;
+    if (!under || !under->isVisible() || under->property("text").toString() == text)
+        return under && under->isVisible() ? under : nullptr;
     for (QQuickItem *child : under->childItems()) {
         if (QQuickItem *found = findText(child, text))
             return found;
@@ -93,19 +95,16 @@ QQuickItem *ScreenFixture::findText(QQuickItem *under, const QString &text)
 QStringList ScreenFixture::visibleTexts(QQuickItem *under)
 {
     QStringList texts;
-    if (!under || !under->isVisible())
-        return texts;
-    if (under->inherits("QQuickText") || under->inherits("QQuickTextInput"))
+    if (under && under->isVisible() && (under->inherits("QQuickText") || under->inherits("QQuickTextInput")))
         texts << under->property("text").toString();
-    for (QQuickItem *child : under->childItems())
+    for (QQuickItem *child : under && under->isVisible() ? under->childItems() : QList<QQuickItem *>())
         texts << visibleTexts(child);
     return texts;
 }
 
 int ScreenFixture::calls(const std::string &prefix)
 {
-    int count = 0;
-    for (const auto &line : HMI::PanelSimulator::callLog())
-        count += line.rfind(prefix, 0) == 0;
-    return count;
+    const auto log = HMI::PanelSimulator::callLog();
+    return int(
+        std::count_if(log.begin(), log.end(), [&](const auto &line) { return line.rfind(prefix, 0) == 0; }));
 }

@@ -5,6 +5,7 @@
 
 #include <QLibrary>
 #include <QPoint>
+#include <QPointer>
 #include <QSize>
 #include <QStringList>
 
@@ -20,14 +21,14 @@ class ScreenFixture
 {
 public:
     ScreenFixture();
-    ~ScreenFixture();
+    ~ScreenFixture(); ///< deletes the screen, so that another can be built
 
-    /// Builds the screen; false (with a warning) when anything on the way fails.
-    bool load(const QSize &size = QSize(1024, 600), int popupZ = 20000);
+    /// Builds the screen at @p size (empty: the size that TST_SCREEN names as WxH, else 1024x600); false
+    /// (with a warning) when anything on the way fails.
+    bool load(QSize size = QSize());
 
     QQuickWindow *window() const { return m_window.get(); }
     QSP::AppRootItem *root() const { return m_root; }
-    ISystemSet *settings() const { return m_settings.get(); }
     void open() { m_settings->open(); }
     void close() { m_settings->close(); }
 
@@ -52,6 +53,5 @@ private:
     QLibrary m_library;
     std::shared_ptr<ISystemSet> m_settings;
     std::unique_ptr<QQuickWindow> m_window;
-    QQmlEngine *m_engine = nullptr;
-    QSP::AppRootItem *m_root = nullptr;
+    QPointer<QSP::AppRootItem> m_root;
 };
