@@ -289,6 +289,7 @@ void CardWifi::itemChange(ItemChange change, const ItemChangeData &value)
 void CardWifi::addResetButton(QQuickItem *row)
 {
     auto *button = new BeepButton(row);
+    button->setObjectName(QStringLiteral("wifiResetButton"));
     const qreal height = qRound(rowHeight() * 0.75);
     button->setHeight(height);
     button->setWidth(qRound(height * 20 / 9));
@@ -473,6 +474,7 @@ CardWifi::Row CardWifi::makeRow(int index)
 
     // The row at this position always shows the list entry at the same position.
     auto *button = new BeepButton(row);
+    button->setObjectName(QStringLiteral("wifiRow%1").arg(index));
     anchorsOf(button)->setFill(row);
     connect(button, &QQuickAbstractButton::clicked, this, [this, index] { onClickWifiItem(index); });
     return made;

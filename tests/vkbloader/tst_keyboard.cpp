@@ -1,0 +1,313 @@
+#include "AppRootItem.h"
+#include "BeepButton.h"
+#include "CardTime.h"
+#include "CardWifi.h"
+#include "Dialog.h"
+#include "PanelSimulator.h"
+#include "QVkbPluginLoader.h"
+#include "ScreenFixture.h"
+#include "TimeEditPopup.h"
+
+#include <QInputMethod>
+#include <QQmlExpression>
+#include <QQuickWindow>
+#include <QtQuick/private/qquicktextinput_p.h>
+#include <QtQuickTemplates2/private/qquickabstractbutton_p.h>
+#include <QtQuickTemplates2/private/qquickpopup_p.h>
+#include <QtTest>
+
+using HMI::PanelSimulator;
+using QSP::AppRootItem;
+
+namespace {
+
+// LAN0 with static addresses; one secured network nearby, not connected.
+const char STATE[] = R"({
+  "adapters": {"LAN0": {"enabled": true, "dhcp": false,
+                        "static": {"ip": "10.1.1.20", "mask": "255.255.255.0", "gateway": "10.1.1.1"}},
+               "WIFI": {"enabled": true, "dhcp": true}},
+  "wifi": {"connected": null,
+           "networks": [{"ssid": "Plant-Floor", "strength": 82, "secured": true, "secret": "line-4-floor"}]},
+  "clockSettable": true,
+  "delaysMs": {"scan": 0, "connect": 20, "dhcp": 20}})";
+
+/// The visible, enabled text fields under @p item, in the order of the item tree.
+QList<QQuickTextInput *> textFields(QQuickItem *item)
+{
+    QList<QQuickTextInput *> fields;
+    if (!item->isVisible() || !item->isEnabled())
+        return fields;
+    if (auto *field = qobject_cast<QQuickTextInput *>(item))
+        fields << field;
+    for (QQuickItem *child : item->childItems())
+        fields << textFields(child);
+    return fields;
+}
+
+/// What the screen wrote to the panel since the log was cleared, beeps aside.
+QString written()
+{
+    QStringList lines;
+    for (const std::string &line : PanelSimulator::callLog()) {
+        if (line.rfind("beep", 0) != 0)
+            lines << QString::fromStdString(line);
+    }
+    return lines.join(QLatin1Char('|'));
+}
+
+qreal topIn(QQuickItem *item, QQuickItem *root)
+{
+    return item->mapToItem(root, QPointF(0, 0)).y();
+}
+
+Qt::InputMethodHints focusedHints()
+{
+    QInputMethodQueryEvent query(Qt::ImHints);
+    QCoreApplication::sendEvent(QGuiApplication::focusObject(), &query);
+    return Qt::InputMethodHints(query.value(Qt::ImHints).toInt());
+}
+
+} // namespace
+
+/// The real on-screen keyboard on the screen: Qt Virtual Keyboard, loaded by the loader from the plug-in
+/// beside the settings library, typed on through its input engine as a finger types.
+class tst_Keyboard : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void loadedBesideTheSettingsLibrary();
+    void addressFields_data();
+    void addressFields();
+    void hideKeyCancelsTheEdit();
+    void passwordDialog();
+    void timePopup();
+    void closingTheScreenHidesIt();
+    void noKeyboard();
+
+private:
+    bool keyboardRun() const { return !qEnvironmentVariableIsSet("TST_NO_KEYBOARD"); }
+    /// Qt Virtual Keyboard's input engine, which the keys drive.
+    QObject *engine();
+    /// Types @p keys on the keyboard's input engine; '\n' is its Enter key.
+    void type(const QString &keys);
+    /// Taps @p field; the keyboard comes up along the bottom edge, with @p hints on the field, and the field
+    /// above it.
+    void tapField(QQuickItem *field, Qt::InputMethodHints hints);
+    QList<QQuickTextInput *> networkFields() { return textFields(m_f.card(AppRootItem::Card_Network)); }
+
+    ScreenFixture m_f;
+    VkbInterface *m_keyboard = nullptr;
+    QObject *m_engine = nullptr;
+};
+
+void tst_Keyboard::initTestCase()
+{
+    QVERIFY(PanelSimulator::loadStateJson(STATE));
+    const QStringList size =
+        qEnvironmentVariable("TST_SCREEN", QStringLiteral("1024x600")).split(QLatin1Char('x'));
+    QVERIFY(m_f.load(QSize(size.value(0).toInt(), size.value(1).toInt())));
+    if (!keyboardRun())
+        return;
+    m_keyboard = QVkbPluginLoader::instance()->vkb();
+    QVERIFY(m_keyboard);
+}
+
+void tst_Keyboard::loadedBesideTheSettingsLibrary()
+{
+    if (!keyboardRun())
+        QSKIP("the run without a keyboard");
+    QCOMPARE(QFileInfo(QVkbPluginLoader::pluginPath()).absolutePath(),
+             QFileInfo(QStringLiteral(QSP_PLUGIN_PATH)).absolutePath());
+    QCOMPARE(QVkbPluginLoader::instance()->vkb(), m_keyboard); // loaded once
+}
+
+QObject *tst_Keyboard::engine()
+{
+    if (!m_engine) {
+        QQuickItem *panel = m_keyboard->keyboardItem();
+        QQmlExpression expression(qmlContext(panel), panel, QStringLiteral("InputContext.inputEngine"));
+        m_engine = expression.evaluate().value<QObject *>();
+    }
+    return m_engine;
+}
+
+void tst_Keyboard::type(const QString &keys)
+{
+    for (const QChar c : keys) {
+        const Qt::Key key = c == QLatin1Char('\n') ? Qt::Key_Return : Qt::Key(c.toUpper().unicode());
+        bool typed = false;
+        QVERIFY(QMetaObject::invokeMethod(engine(), "virtualKeyClick", Q_RETURN_ARG(bool, typed),
+                                          Q_ARG(Qt::Key, key), Q_ARG(QString, QString(c)),
+                                          Q_ARG(Qt::KeyboardModifiers, Qt::NoModifier)));
+        QVERIFY2(typed, qPrintable(QString(c)));
+    }
+}
+
+void tst_Keyboard::tapField(QQuickItem *field, Qt::InputMethodHints hints)
+{
+    QVERIFY(m_f.click(field));
+    QTRY_VERIFY(m_keyboard->isVisible());
+    QVERIFY(field->hasActiveFocus());
+    QCOMPARE(focusedHints() & hints, hints);
+    QVERIFY(QGuiApplication::inputMethod()->isVisible());
+    QQuickItem *root = m_f.root();
+    QQuickItem *keys = m_keyboard->keyboardItem();
+    // Along the bottom edge, in the middle, at most 40 % of the screen high.
+    QCOMPARE(topIn(keys, root) + keys->height(), root->height());
+    QCOMPARE(keys->mapToItem(root, QPointF(keys->width() / 2, 0)).x(), root->width() / 2);
+    QVERIFY(keys->height() <= root->height() * 0.4 + 0.5);
+    // Its keys are there to be typed on.
+    QTRY_VERIFY(engine() && engine()->property("inputMethod").value<QObject *>());
+    QVERIFY2(topIn(field, root) + field->height() <= topIn(keys, root) + 0.5,
+             qPrintable(QStringLiteral("field bottom %1, keyboard top %2")
+                            .arg(topIn(field, root) + field->height())
+                            .arg(topIn(keys, root))));
+}
+
+void tst_Keyboard::addressFields_data()
+{
+    QTest::addColumn<int>("row");
+    QTest::addColumn<QString>("keys");
+    QTest::addColumn<QString>("written");
+    // A dot in a field that holds digits goes on to the next field; Enter ends the edit, which writes.
+    QTest::newRow("address") << 0 << "192.168.1.70\n"
+                             << "setIp 1 192.168.1.70 1";
+    QTest::newRow("mask") << 1 << "255.255.0.0\n"
+                          << "setSubnetMask 1 255.255.0.0 1";
+    QTest::newRow("gateway") << 2 << "192.168.1.1\n"
+                             << "setGateway 1 192.168.1.1 1";
+}
+
+void tst_Keyboard::addressFields()
+{
+    if (!keyboardRun())
+        QSKIP("the run without a keyboard");
+    QFETCH(int, row);
+    QFETCH(QString, keys);
+    QVERIFY(m_f.showPage(AppRootItem::MI_Network));
+    QQuickItem *column = m_f.root()->getCardContainer();
+    QCOMPARE(column->y(), 0.0);
+    const QList<QQuickTextInput *> fields = networkFields();
+    QVERIFY(fields.size() >= 12);
+    PanelSimulator::clearCallLog();
+    tapField(fields.at(4 * row), Qt::ImhFormattedNumbersOnly);
+    type(keys);
+    QTRY_VERIFY(!m_keyboard->isVisible());
+    QCOMPARE(column->y(), 0.0);
+    QTEST(written(), "written");
+}
+
+void tst_Keyboard::hideKeyCancelsTheEdit()
+{
+    if (!keyboardRun())
+        QSKIP("the run without a keyboard");
+    QVERIFY(m_f.showPage(AppRootItem::MI_Network));
+    QQuickTextInput *field = networkFields().at(8);
+    const QString before = field->text();
+    PanelSimulator::clearCallLog();
+    tapField(field, Qt::ImhFormattedNumbersOnly);
+    type(QStringLiteral("9"));
+    QCOMPARE(field->text(), QStringLiteral("9"));
+    QGuiApplication::inputMethod()->hide(); // what the keyboard's hide key does
+    QTRY_VERIFY(!m_keyboard->isVisible());
+    QCOMPARE(field->text(), before);
+    QVERIFY(!field->hasActiveFocus());
+    QCOMPARE(m_f.root()->getCardContainer()->y(), 0.0);
+    QCOMPARE(written(), QString());
+}
+
+void tst_Keyboard::passwordDialog()
+{
+    if (!keyboardRun())
+        QSKIP("the run without a keyboard");
+    QVERIFY(m_f.showPage(AppRootItem::MI_Network));
+    m_f.root()->setCurrentPage(AppRootItem::MI_Wifi);
+    auto *card = qobject_cast<QSP::CardWifi *>(m_f.card(AppRootItem::Card_Wifi));
+    QVERIFY(card);
+    QTRY_COMPARE(card->wifiList().size(), 1);
+    QTRY_COMPARE(card->state(), QSP::CardWifi::Idle);
+    QVERIFY(m_f.clickButton(m_f.root()->findChild<QQuickItem *>(QStringLiteral("wifiRow0"))));
+    QSP::Dialog *dialog = card->passwordDialog();
+    QTRY_VERIFY(dialog && dialog->isOpened());
+    const qreal centred = dialog->y();
+
+    auto *password = dialog->bodyItem()->findChild<QQuickTextInput *>();
+    tapField(password, Qt::ImhSensitiveData | Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase);
+    // The dialog moves up, above the keyboard.
+    QVERIFY(dialog->y() < centred);
+    QVERIFY(dialog->y() + dialog->height() <= topIn(m_keyboard->keyboardItem(), m_f.root()));
+    type(QStringLiteral("line-4-floor"));
+    QCOMPARE(password->text(), QStringLiteral("line-4-floor"));
+
+    PanelSimulator::clearCallLog();
+    QQuickItem *connectText = ScreenFixture::findText(dialog->popupItem(), QStringLiteral("Connect"));
+    QVERIFY(connectText);
+    QVERIFY(m_f.clickButton(connectText->parentItem()));
+    QCOMPARE(ScreenFixture::calls("connectWifi \"Plant-Floor\" pw=12"), 1);
+    QTRY_VERIFY(QSP::CardWifi::isConnected());
+    QTRY_VERIFY(!dialog->isVisible());
+    QTRY_VERIFY(!m_keyboard->isVisible());
+    m_f.root()->setCurrentPage(AppRootItem::MI_Network);
+}
+
+void tst_Keyboard::timePopup()
+{
+    if (!keyboardRun())
+        QSKIP("the run without a keyboard");
+    QVERIFY(m_f.showPage(AppRootItem::MI_General));
+    QQuickItem *card = m_f.card(AppRootItem::Card_Time);
+    QVERIFY(m_f.clickButton(card->findChild<QQuickAbstractButton *>()));
+    auto *popup = card->findChild<QSP::TimeEditPopup *>();
+    QTRY_VERIFY(popup && popup->isOpened());
+    const QStringList typed{QStringLiteral("2030"), QStringLiteral("5"), QStringLiteral("17"),
+                            QStringLiteral("8"),    QStringLiteral("9"), QStringLiteral("10")};
+    for (int field = QSP::TimeEditPopup::Year; field <= QSP::TimeEditPopup::Second; ++field) {
+        QQuickTextInput *input = popup->inputField(QSP::TimeEditPopup::InputType(field));
+        tapField(input, Qt::ImhDigitsOnly);
+        type(typed.at(field));
+        QCOMPARE(input->text(), typed.at(field));
+    }
+    PanelSimulator::clearCallLog();
+    QVERIFY(m_f.clickButton(popup->confirmButton()));
+    const QDateTime chosen(QDate(2030, 5, 17), QTime(8, 9, 10));
+    QCOMPARE(ScreenFixture::calls("setSystemTime " + std::to_string(chosen.toSecsSinceEpoch())), 1);
+    QTRY_VERIFY(!popup->isVisible());
+    QTRY_VERIFY(!m_keyboard->isVisible());
+}
+
+void tst_Keyboard::closingTheScreenHidesIt()
+{
+    if (!keyboardRun())
+        QSKIP("the run without a keyboard");
+    QVERIFY(m_f.showPage(AppRootItem::MI_Network));
+    tapField(networkFields().at(0), Qt::ImhFormattedNumbersOnly);
+    m_f.close();
+    QVERIFY(!m_keyboard->isVisible());
+    QVERIFY(!QGuiApplication::inputMethod()->isVisible());
+    QCOMPARE(m_f.root()->getCardContainer()->y(), 0.0);
+    m_f.open();
+}
+
+void tst_Keyboard::noKeyboard()
+{
+    // Without a keyboard plug-in the screen works as before: no keyboard, and keys typed still go in.
+    if (keyboardRun())
+        QSKIP("the run with a keyboard");
+    QVERIFY(m_f.showPage(AppRootItem::MI_Network));
+    QQuickTextInput *field = networkFields().at(0);
+    PanelSimulator::clearCallLog();
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(QStringLiteral("cannot load the keyboard plug-in")));
+    QVERIFY(m_f.click(field));
+    QVERIFY(field->hasActiveFocus());
+    QVERIFY(!QVkbPluginLoader::instance()->vkb());
+    for (const char key : std::string("172.16.0.9"))
+        QTest::keyClick(m_f.window(), key);
+    QTest::keyClick(m_f.window(), Qt::Key_Return);
+    QCOMPARE(ScreenFixture::calls("setIp 1 172.16.0.9 1"), 1);
+}
+
+QTEST_MAIN(tst_Keyboard)
+#include "tst_keyboard.moc"
