@@ -4,6 +4,7 @@
 #include <QInputMethod>
 #include <QInputMethodQueryEvent>
 #include <QKeyEvent>
+#include <QLoggingCategory>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -33,11 +34,24 @@ bool acceptsInput(QObject *object)
     return query.value(Qt::ImEnabled).toBool();
 }
 
+QLoggingCategory::CategoryFilter g_previousFilter = nullptr;
+
+/// Qt Virtual Keyboard's word prediction warns once that it has no dictionary. No layout of the screen
+/// predicts words (the hints turn prediction off), so that warning says nothing here.
+void withoutDictionaryWarning(QLoggingCategory *category)
+{
+    if (g_previousFilter)
+        g_previousFilter(category);
+    if (qstrcmp(category->categoryName(), "qt.virtualkeyboard.hunspell") == 0)
+        category->setEnabled(QtWarningMsg, false);
+}
+
 } // namespace
 
 void OnScreenKeyboard::init(QQuickWindow *window, int z)
 {
     if (!m_popup) {
+        g_previousFilter = QLoggingCategory::installFilter(withoutDictionaryWarning);
         m_engine = new QQmlEngine(this);
         QQmlComponent document(m_engine, QUrl(QStringLiteral("qrc:/qspkeyboard/Keyboard.qml")));
         QObject *made = document.create();
@@ -85,10 +99,9 @@ void OnScreenKeyboard::setVisible(bool visible)
     // The keyboard goes where the field is: the window it was made for may be gone, or another one edits.
     if (auto *field = qobject_cast<QQuickItem *>(QGuiApplication::focusObject()))
         attachTo(field->window());
-    if (!m_popup->window())
-        return;
-    QGuiApplication::inputMethod()->show();
-    m_popup->open();
+    // The field brought up Qt Virtual Keyboard's input panel when it took the focus; the popup shows it.
+    if (m_popup->window())
+        m_popup->open();
 }
 
 void OnScreenKeyboard::setPosition(const QPointF &position)

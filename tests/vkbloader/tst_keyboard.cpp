@@ -16,6 +16,8 @@
 #include <QtQuickTemplates2/private/qquickpopup_p.h>
 #include <QtTest>
 
+#include <cstring>
+
 using HMI::PanelSimulator;
 using QSP::AppRootItem;
 
@@ -67,6 +69,29 @@ Qt::InputMethodHints focusedHints()
     return Qt::InputMethodHints(query.value(Qt::ImHints).toInt());
 }
 
+/// The place in the virtual table that a call of @p operation goes through (Itanium C++ ABI and its ARM
+/// variant), or -1 when it is not virtual.
+template<typename Operation>
+int slotOf(Operation operation)
+{
+    struct Representation
+    {
+        std::uintptr_t ptr;
+        std::ptrdiff_t adj;
+    } representation{};
+    static_assert(sizeof(operation) == sizeof(representation));
+    std::memcpy(&representation, &operation, sizeof(representation));
+#if defined(__arm__)
+    if (!(representation.adj & 1))
+        return -1;
+    return int(representation.ptr / sizeof(void *));
+#else
+    if (!(representation.ptr & 1))
+        return -1;
+    return int((representation.ptr - 1) / sizeof(void *));
+#endif
+}
+
 } // namespace
 
 /// The real on-screen keyboard on the screen: Qt Virtual Keyboard, loaded by the loader from the plug-in
@@ -78,6 +103,7 @@ class tst_Keyboard : public QObject
 private Q_SLOTS:
     void initTestCase();
     void loadedBesideTheSettingsLibrary();
+    void interfaceSlots();
     void addressFields_data();
     void addressFields();
     void hideKeyCancelsTheEdit();
@@ -121,6 +147,17 @@ void tst_Keyboard::loadedBesideTheSettingsLibrary()
     QCOMPARE(QFileInfo(QVkbPluginLoader::pluginPath()).absolutePath(),
              QFileInfo(QStringLiteral(QSP_PLUGIN_PATH)).absolutePath());
     QCOMPARE(QVkbPluginLoader::instance()->vkb(), m_keyboard); // loaded once
+}
+
+void tst_Keyboard::interfaceSlots()
+{
+    // A screen built against the panel's own loader calls the keyboard through these places of its table.
+    QCOMPARE(slotOf(&VkbInterface::init), 0);
+    QCOMPARE(slotOf(&VkbInterface::popup), 1);
+    QCOMPARE(slotOf(&VkbInterface::keyboardItem), 2);
+    QCOMPARE(slotOf(&VkbInterface::setVisible), 3);
+    QCOMPARE(slotOf(&VkbInterface::setLayoutType), 5);
+    QCOMPARE(slotOf(&VkbInterface::isVisible), 7);
 }
 
 QObject *tst_Keyboard::engine()
