@@ -17,6 +17,7 @@
 #include <QtTest>
 
 #include <cstring>
+#include <memory>
 
 using HMI::PanelSimulator;
 using QSP::AppRootItem;
@@ -110,6 +111,7 @@ private Q_SLOTS:
     void passwordDialog();
     void timePopup();
     void closingTheScreenHidesIt();
+    void followsANewScreen();
     void noKeyboard();
 
 private:
@@ -121,9 +123,9 @@ private:
     /// Taps @p field; the keyboard comes up along the bottom edge, with @p hints on the field, and the field
     /// above it.
     void tapField(QQuickItem *field, Qt::InputMethodHints hints);
-    QList<QQuickTextInput *> networkFields() { return textFields(m_f.card(AppRootItem::Card_Network)); }
+    QList<QQuickTextInput *> networkFields() { return textFields(m_f->card(AppRootItem::Card_Network)); }
 
-    ScreenFixture m_f;
+    std::unique_ptr<ScreenFixture> m_f = std::make_unique<ScreenFixture>();
     VkbInterface *m_keyboard = nullptr;
     QObject *m_engine = nullptr;
 };
@@ -133,7 +135,7 @@ void tst_Keyboard::initTestCase()
     QVERIFY(PanelSimulator::loadStateJson(STATE));
     const QStringList size =
         qEnvironmentVariable("TST_SCREEN", QStringLiteral("1024x600")).split(QLatin1Char('x'));
-    QVERIFY(m_f.load(QSize(size.value(0).toInt(), size.value(1).toInt())));
+    QVERIFY(m_f->load(QSize(size.value(0).toInt(), size.value(1).toInt())));
     if (!keyboardRun())
         return;
     m_keyboard = QVkbPluginLoader::instance()->vkb();
@@ -184,12 +186,12 @@ void tst_Keyboard::type(const QString &keys)
 
 void tst_Keyboard::tapField(QQuickItem *field, Qt::InputMethodHints hints)
 {
-    QVERIFY(m_f.click(field));
+    QVERIFY(m_f->click(field));
     QTRY_VERIFY(m_keyboard->isVisible());
     QVERIFY(field->hasActiveFocus());
     QCOMPARE(focusedHints() & hints, hints);
     QVERIFY(QGuiApplication::inputMethod()->isVisible());
-    QQuickItem *root = m_f.root();
+    QQuickItem *root = m_f->root();
     QQuickItem *keys = m_keyboard->keyboardItem();
     // Along the bottom edge, in the middle, at most 40 % of the screen high.
     QCOMPARE(topIn(keys, root) + keys->height(), root->height());
@@ -223,8 +225,8 @@ void tst_Keyboard::addressFields()
         QSKIP("the run without a keyboard");
     QFETCH(int, row);
     QFETCH(QString, keys);
-    QVERIFY(m_f.showPage(AppRootItem::MI_Network));
-    QQuickItem *column = m_f.root()->getCardContainer();
+    QVERIFY(m_f->showPage(AppRootItem::MI_Network));
+    QQuickItem *column = m_f->root()->getCardContainer();
     QCOMPARE(column->y(), 0.0);
     const QList<QQuickTextInput *> fields = networkFields();
     QVERIFY(fields.size() >= 12);
@@ -240,7 +242,7 @@ void tst_Keyboard::hideKeyCancelsTheEdit()
 {
     if (!keyboardRun())
         QSKIP("the run without a keyboard");
-    QVERIFY(m_f.showPage(AppRootItem::MI_Network));
+    QVERIFY(m_f->showPage(AppRootItem::MI_Network));
     QQuickTextInput *field = networkFields().at(8);
     const QString before = field->text();
     PanelSimulator::clearCallLog();
@@ -251,7 +253,7 @@ void tst_Keyboard::hideKeyCancelsTheEdit()
     QTRY_VERIFY(!m_keyboard->isVisible());
     QCOMPARE(field->text(), before);
     QVERIFY(!field->hasActiveFocus());
-    QCOMPARE(m_f.root()->getCardContainer()->y(), 0.0);
+    QCOMPARE(m_f->root()->getCardContainer()->y(), 0.0);
     QCOMPARE(written(), QString());
 }
 
@@ -259,13 +261,13 @@ void tst_Keyboard::passwordDialog()
 {
     if (!keyboardRun())
         QSKIP("the run without a keyboard");
-    QVERIFY(m_f.showPage(AppRootItem::MI_Network));
-    m_f.root()->setCurrentPage(AppRootItem::MI_Wifi);
-    auto *card = qobject_cast<QSP::CardWifi *>(m_f.card(AppRootItem::Card_Wifi));
+    QVERIFY(m_f->showPage(AppRootItem::MI_Network));
+    m_f->root()->setCurrentPage(AppRootItem::MI_Wifi);
+    auto *card = qobject_cast<QSP::CardWifi *>(m_f->card(AppRootItem::Card_Wifi));
     QVERIFY(card);
     QTRY_COMPARE(card->wifiList().size(), 1);
     QTRY_COMPARE(card->state(), QSP::CardWifi::Idle);
-    QVERIFY(m_f.clickButton(m_f.root()->findChild<QQuickItem *>(QStringLiteral("wifiRow0"))));
+    QVERIFY(m_f->clickButton(m_f->root()->findChild<QQuickItem *>(QStringLiteral("wifiRow0"))));
     QSP::Dialog *dialog = card->passwordDialog();
     QTRY_VERIFY(dialog && dialog->isOpened());
     const qreal centred = dialog->y();
@@ -274,28 +276,28 @@ void tst_Keyboard::passwordDialog()
     tapField(password, Qt::ImhSensitiveData | Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase);
     // The dialog moves up, above the keyboard.
     QVERIFY(dialog->y() < centred);
-    QVERIFY(dialog->y() + dialog->height() <= topIn(m_keyboard->keyboardItem(), m_f.root()));
+    QVERIFY(dialog->y() + dialog->height() <= topIn(m_keyboard->keyboardItem(), m_f->root()));
     type(QStringLiteral("line-4-floor"));
     QCOMPARE(password->text(), QStringLiteral("line-4-floor"));
 
     PanelSimulator::clearCallLog();
     QQuickItem *connectText = ScreenFixture::findText(dialog->popupItem(), QStringLiteral("Connect"));
     QVERIFY(connectText);
-    QVERIFY(m_f.clickButton(connectText->parentItem()));
+    QVERIFY(m_f->clickButton(connectText->parentItem()));
     QCOMPARE(ScreenFixture::calls("connectWifi \"Plant-Floor\" pw=12"), 1);
     QTRY_VERIFY(QSP::CardWifi::isConnected());
     QTRY_VERIFY(!dialog->isVisible());
     QTRY_VERIFY(!m_keyboard->isVisible());
-    m_f.root()->setCurrentPage(AppRootItem::MI_Network);
+    m_f->root()->setCurrentPage(AppRootItem::MI_Network);
 }
 
 void tst_Keyboard::timePopup()
 {
     if (!keyboardRun())
         QSKIP("the run without a keyboard");
-    QVERIFY(m_f.showPage(AppRootItem::MI_General));
-    QQuickItem *card = m_f.card(AppRootItem::Card_Time);
-    QVERIFY(m_f.clickButton(card->findChild<QQuickAbstractButton *>()));
+    QVERIFY(m_f->showPage(AppRootItem::MI_General));
+    QQuickItem *card = m_f->card(AppRootItem::Card_Time);
+    QVERIFY(m_f->clickButton(card->findChild<QQuickAbstractButton *>()));
     auto *popup = card->findChild<QSP::TimeEditPopup *>();
     QTRY_VERIFY(popup && popup->isOpened());
     const QStringList typed{QStringLiteral("2030"), QStringLiteral("5"), QStringLiteral("17"),
@@ -307,7 +309,7 @@ void tst_Keyboard::timePopup()
         QCOMPARE(input->text(), typed.at(field));
     }
     PanelSimulator::clearCallLog();
-    QVERIFY(m_f.clickButton(popup->confirmButton()));
+    QVERIFY(m_f->clickButton(popup->confirmButton()));
     const QDateTime chosen(QDate(2030, 5, 17), QTime(8, 9, 10));
     QCOMPARE(ScreenFixture::calls("setSystemTime " + std::to_string(chosen.toSecsSinceEpoch())), 1);
     QTRY_VERIFY(!popup->isVisible());
@@ -318,13 +320,28 @@ void tst_Keyboard::closingTheScreenHidesIt()
 {
     if (!keyboardRun())
         QSKIP("the run without a keyboard");
-    QVERIFY(m_f.showPage(AppRootItem::MI_Network));
+    QVERIFY(m_f->showPage(AppRootItem::MI_Network));
     tapField(networkFields().at(0), Qt::ImhFormattedNumbersOnly);
-    m_f.close();
+    m_f->close();
     QVERIFY(!m_keyboard->isVisible());
     QVERIFY(!QGuiApplication::inputMethod()->isVisible());
-    QCOMPARE(m_f.root()->getCardContainer()->y(), 0.0);
-    m_f.open();
+    QCOMPARE(m_f->root()->getCardContainer()->y(), 0.0);
+    m_f->open();
+}
+
+void tst_Keyboard::followsANewScreen()
+{
+    // The host deletes the screen while the keyboard is up, then builds a new one in a new window.
+    if (!keyboardRun())
+        QSKIP("the run without a keyboard");
+    QVERIFY(m_f->showPage(AppRootItem::MI_Network));
+    tapField(networkFields().at(0), Qt::ImhFormattedNumbersOnly);
+    m_f = std::make_unique<ScreenFixture>();
+    QVERIFY(!m_keyboard->isVisible());
+    QVERIFY(m_f->load(QSize(800, 1280)));
+    QVERIFY(m_f->showPage(AppRootItem::MI_Network));
+    tapField(networkFields().at(0), Qt::ImhFormattedNumbersOnly);
+    QCOMPARE(m_keyboard->popup()->window(), m_f->window());
 }
 
 void tst_Keyboard::noKeyboard()
@@ -332,17 +349,17 @@ void tst_Keyboard::noKeyboard()
     // Without a keyboard plug-in the screen works as before: no keyboard, and keys typed still go in.
     if (keyboardRun())
         QSKIP("the run with a keyboard");
-    QVERIFY(m_f.showPage(AppRootItem::MI_Network));
+    QVERIFY(m_f->showPage(AppRootItem::MI_Network));
     QQuickTextInput *field = networkFields().at(0);
     PanelSimulator::clearCallLog();
     QTest::ignoreMessage(QtWarningMsg,
                          QRegularExpression(QStringLiteral("cannot load the keyboard plug-in")));
-    QVERIFY(m_f.click(field));
+    QVERIFY(m_f->click(field));
     QVERIFY(field->hasActiveFocus());
     QVERIFY(!QVkbPluginLoader::instance()->vkb());
     for (const char key : std::string("172.16.0.9"))
-        QTest::keyClick(m_f.window(), key);
-    QTest::keyClick(m_f.window(), Qt::Key_Return);
+        QTest::keyClick(m_f->window(), key);
+    QTest::keyClick(m_f->window(), Qt::Key_Return);
     QCOMPARE(ScreenFixture::calls("setIp 1 172.16.0.9 1"), 1);
 }
 
