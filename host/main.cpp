@@ -210,7 +210,10 @@ int writeScreenshots(QQuickWindow *window, QQuickItem *root, ISystemSet *setting
                 if (QQuickItem *reset = ScreenDriver::findByName(root, QStringLiteral("wifiResetButton"));
                     keyboard && reset) {
                     press(reset);
-                    ScreenDriver::settle(2000); // the reset's scan result
+                    // The button is off until the reset's scan result is listed.
+                    for (int waited = 0; waited < 20000 && !reset->isEnabled(); waited += 50)
+                        ScreenDriver::settle(50);
+                    ScreenDriver::settle(200);
                 }
                 for (int row = 0; keyboard && !password; ++row) {
                     QQuickItem *network =

@@ -198,7 +198,7 @@ void tst_Keyboard::tapField(QQuickItem *field, Qt::InputMethodHints hints)
     QCOMPARE(keys->mapToItem(root, QPointF(keys->width() / 2, 0)).x(), root->width() / 2);
     QVERIFY(keys->height() <= root->height() * 0.4 + 0.5);
     // Its keys are there to be typed on.
-    QTRY_VERIFY(engine() && engine()->property("inputMethod").value<QObject *>());
+    QTRY_VERIFY_WITH_TIMEOUT(engine() && engine()->property("inputMethod").value<QObject *>(), 20000);
     QVERIFY2(topIn(field, root) + field->height() <= topIn(keys, root) + 0.5,
              qPrintable(QStringLiteral("field bottom %1, keyboard top %2")
                             .arg(topIn(field, root) + field->height())
