@@ -182,6 +182,13 @@ extern "C" QSP_KEYBOARD_EXPORT VkbInterface *qvkbCreateKeyboard()
               "(QT_IM_MODULE=qtvirtualkeyboard); no keyboard");
         return nullptr;
     }
+    // In its desktop mode Qt Virtual Keyboard shows a window of its own for every field, beside this one.
+    bool number = false;
+    if (qEnvironmentVariableIntValue("QT_VIRTUALKEYBOARD_DESKTOP_DISABLE", &number) == 0 || !number) {
+        qWarning("on-screen keyboard: QT_VIRTUALKEYBOARD_DESKTOP_DISABLE=1 was not set when the application "
+                 "was made; Qt Virtual Keyboard shows its own window instead of this keyboard");
+        return nullptr;
+    }
     static QSP::OnScreenKeyboard *keyboard = new QSP::OnScreenKeyboard; // lives as long as the process
     return keyboard;
 }

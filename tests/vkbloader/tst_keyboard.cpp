@@ -346,14 +346,14 @@ void tst_Keyboard::followsANewScreen()
 
 void tst_Keyboard::noKeyboard()
 {
-    // Without a keyboard plug-in the screen works as before: no keyboard, and keys typed still go in.
+    // Without a keyboard the screen works as before, and keys typed still go in. TST_NO_KEYBOARD is the
+    // warning that says why there is none.
     if (keyboardRun())
         QSKIP("the run with a keyboard");
     QVERIFY(m_f->showPage(AppRootItem::MI_Network));
     QQuickTextInput *field = networkFields().at(0);
     PanelSimulator::clearCallLog();
-    QTest::ignoreMessage(QtWarningMsg,
-                         QRegularExpression(QStringLiteral("cannot load the keyboard plug-in")));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(qEnvironmentVariable("TST_NO_KEYBOARD")));
     QVERIFY(m_f->click(field));
     QVERIFY(field->hasActiveFocus());
     QVERIFY(!QVkbPluginLoader::instance()->vkb());
