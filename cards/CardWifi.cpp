@@ -172,7 +172,13 @@ CardWifi::CardWifi(QQuickItem *parent)
         connect(network, &CardNetwork::wifiStatusChanged, this, &CardWifi::updateCurrentWifi);
 }
 
-CardWifi::~CardWifi() = default;
+CardWifi::~CardWifi()
+{
+    // The rows are unparented after this destructor, which changes their visibility: nothing of this card
+    // may react to that any more.
+    if (m_curNameText)
+        disconnect(m_curNameText, nullptr, this, nullptr);
+}
 
 void CardWifi::setTitleHeight(int height)
 {

@@ -50,27 +50,19 @@ void withoutDictionaryWarning(QLoggingCategory *category)
 
 void OnScreenKeyboard::init(QQuickWindow *window, int z)
 {
-    if (!m_popup) {
-        g_previousFilter = QLoggingCategory::installFilter(withoutDictionaryWarning);
-        m_engine = new QQmlEngine(this);
-        QQmlComponent document(m_engine, QUrl(QStringLiteral("qrc:/qspkeyboard/Keyboard.qml")));
-        QObject *made = document.create();
-        m_popup = qobject_cast<QQuickPopup *>(made);
-        if (!m_popup) {
-            qWarning("QSP::OnScreenKeyboard: %s", qPrintable(document.errorString()));
-            delete made;
-            return;
-        }
-        m_popup->setParent(this);
-        m_panel = m_popup->property("inputPanel").value<QQuickItem *>();
-        connect(m_popup, SIGNAL(panelDeactivated()), this, SLOT(onPanelDeactivated()));
-    }
-    m_popup->setZ(z);
+    m_z = z;
+    if (m_popup)
+        m_popup->setZ(z);
     attachTo(window);
 }
 
 QQuickPopup *OnScreenKeyboard::popup()
 {
+    // After the window it showed in has gone, the popup is made again for the window of the field.
+    if (!m_popup) {
+        if (auto *field = qobject_cast<QQuickItem *>(QGuiApplication::focusObject()))
+            attachTo(field->window());
+    }
     return m_popup;
 }
 
@@ -81,8 +73,41 @@ QQuickItem *OnScreenKeyboard::keyboardItem()
 
 void OnScreenKeyboard::attachTo(QQuickWindow *window)
 {
-    if (m_popup && window && m_popup->window() != window)
-        m_popup->setParentItem(window->contentItem());
+    if (!window || (m_popup && window == m_window))
+        return;
+    if (!m_popup) {
+        static const bool filtered = [] {
+            g_previousFilter = QLoggingCategory::installFilter(withoutDictionaryWarning);
+            return true;
+        }();
+        Q_UNUSED(filtered)
+        m_engine = new QQmlEngine(this);
+        QQmlComponent document(m_engine, QUrl(QStringLiteral("qrc:/qspkeyboard/Keyboard.qml")));
+        QObject *made = document.create();
+        m_popup = qobject_cast<QQuickPopup *>(made);
+        if (!m_popup) {
+            qWarning("QSP::OnScreenKeyboard: %s", qPrintable(document.errorString()));
+            delete made;
+            delete m_engine;
+            return;
+        }
+        m_popup->setParent(m_engine);
+        m_popup->setZ(m_z);
+        m_panel = m_popup->property("inputPanel").value<QQuickItem *>();
+        connect(m_popup, SIGNAL(panelDeactivated()), this, SLOT(onPanelDeactivated()));
+    }
+    if (m_window)
+        disconnect(m_window, &QObject::destroyed, this, &OnScreenKeyboard::release);
+    m_window = window;
+    connect(window, &QObject::destroyed, this, &OnScreenKeyboard::release);
+    m_popup->setParentItem(window->contentItem());
+}
+
+void OnScreenKeyboard::release()
+{
+    setVisible(false); // the screen hears that the keyboard is gone
+    delete m_popup;
+    delete m_engine;
 }
 
 void OnScreenKeyboard::setVisible(bool visible)

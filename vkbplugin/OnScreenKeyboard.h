@@ -36,14 +36,20 @@ public:
 
 private Q_SLOTS:
     void onPanelDeactivated();
+    /// The window is going: the popup and its engine go with it.
+    void release();
 
 private:
-    /// Shows the popup in @p window from now on.
+    /// Shows the popup in @p window from now on, making it first where there is none.
     void attachTo(QQuickWindow *window);
 
-    QQmlEngine *m_engine = nullptr; ///< the keyboard's own engine, a child of this object
+    // The popup lives in an engine of its own, made for the window it shows in and deleted with it, so that
+    // nothing of the keyboard outlives the host's window.
+    QPointer<QQmlEngine> m_engine;
     QPointer<QQuickPopup> m_popup;
     QPointer<QQuickItem> m_panel;
+    QPointer<QQuickWindow> m_window;
+    int m_z = 0;
     VkbLayoutType m_layout = VkbLayout_Full;
     bool m_hiding = false;
 };
