@@ -4,10 +4,13 @@
 // buttons, checking whether the work is on screen) is not counted. Outside valgrind it prints each section's
 // CPU time instead.
 //
-//   bench_instructions --program screen|baseline [--size WxH] [--networks N] [--rescans N] [--library PATH]
+//   bench_instructions --program screen|rescan|baseline-start|baseline [--size WxH] [--networks N]
+//                      [--rescans N] [--library PATH]
 //
-// The screen runs on the simulated panel with N nearby Wi-Fi networks (default 500); its sections are init
-// and open to the first frame, the first and a later switch to each page, and rescans of the Wi-Fi list.
+// screen: init and open to the first frame, the first and a later switch to each page, on the simulated
+// panel's defaults. rescan: rescans of the Wi-Fi list of N nearby networks (default 500). baseline-start: the
+// plain-QML page made in a fresh process, its modules loaded on the way, as the screen's start loads its own.
+// baseline: the same page made once its modules are loaded, and a later switch back to it.
 
 #include "FrameClock.h"
 #include "ISystemSet.h"
@@ -27,6 +30,7 @@
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -117,7 +121,8 @@ QByteArray stateWithNetworks(int count)
     return json + "]}}";
 }
 
-int runScreen(QQuickWindow *window, const QSize &size, const QString &libraryPath, int networks, int rescans)
+int runScreen(QQuickWindow *window, const QSize &size, const QString &libraryPath, bool rescanOnly,
+              int networks, int rescans)
 {
     QLibrary library(libraryPath.isEmpty() ? QCoreApplication::applicationDirPath() +
                                                  QStringLiteral("/../lib/libqquicksystemset.so")
@@ -131,41 +136,63 @@ int runScreen(QQuickWindow *window, const QSize &size, const QString &libraryPat
     std::shared_ptr<ISystemSet> settings = getInstance()->create<ISystemSet>();
     QQmlEngine engine;
     QQuickItem *root = nullptr;
-    section("init+open -> first frame", window, [&] {
+    const auto start = [&] {
         root = settings->init(&engine, size.width(), size.height(), 20000);
         if (root)
             root->setParentItem(window->contentItem());
         settings->open();
-    });
+    };
+    if (rescanOnly)
+        FrameClock(window).run(start);
+    else
+        section("init+open -> first frame", window, start);
     if (!root) {
         std::fprintf(stderr, "bench_instructions: init() made no screen\n");
         return 1;
     }
-    section("open -> first frame", window, [&] {
-        settings->close();
-        settings->open();
-    });
+    if (!rescanOnly)
+        section("open -> first frame", window, [&] {
+            settings->close();
+            settings->open();
+        });
 
     const bool menuFills = size.width() < 800;
+    // Buttons are looked for before a section, so that the search is not counted.
     const auto toPage = [&](const QString &page) {
-        if (QQuickItem *back = ScreenDriver::findByName(root, QStringLiteral("returnButton"));
-            menuFills && back && back->isVisible())
-            ScreenDriver::tap(window, back);
-        tap(window, root, page);
+        QQuickItem *back =
+            menuFills ? ScreenDriver::findByName(root, QStringLiteral("returnButton")) : nullptr;
+        if (back && !back->isVisible())
+            back = nullptr;
+        QQuickItem *button = back ? nullptr : ScreenDriver::findButton(root, page);
+        return [=] {
+            if (back) { // the menu fills the screen: back to it, then on to the page
+                ScreenDriver::tap(window, back);
+                if (QQuickItem *shown = ScreenDriver::findButton(root, page))
+                    ScreenDriver::tap(window, shown);
+            } else if (button) {
+                ScreenDriver::tap(window, button);
+            }
+        };
     };
     const auto qrPending = [root] { return !imageShown(root, QStringLiteral("barcodeImg.png")); };
-    for (const char *when : {"first", "later"}) {
+    const std::vector<const char *> rounds =
+        rescanOnly ? std::vector<const char *>{} : std::vector<const char *>{"first", "later"};
+    for (const char *when : rounds) {
         for (const char *page : {"Network", "Language", "Version", "General"}) {
             const QString name = QString::fromLatin1(page);
             const QByteArray title = QByteArray(when) + " switch to " + page;
             section(
-                title.constData(), window, [&] { toPage(name); },
+                title.constData(), window, toPage(name),
                 name == QLatin1String("Version") ? std::function<bool()>(qrPending) : [] { return false; });
         }
     }
 
+    if (!rescanOnly) {
+        settings->close();
+        return 0;
+    }
     // The Wi-Fi page: its first scan lists every network; each rescan replaces the whole list.
-    toPage(QStringLiteral("Network"));
+    toPage(QStringLiteral("Network"))();
     ScreenDriver::settle(g_settleMs);
     tap(window, root, QStringLiteral("Wi-Fi"));
     ScreenDriver::settle(g_settleMs);
@@ -192,20 +219,20 @@ int runScreen(QQuickWindow *window, const QSize &size, const QString &libraryPat
     return 0;
 }
 
-int runBaseline(QQuickWindow *window)
+int runBaseline(QQuickWindow *window, bool cold)
 {
     QQmlEngine engine;
     std::unique_ptr<QObject> object;
     QQuickItem *root = nullptr;
     // The modules the page imports are loaded first, as the screen's are by its start: what is measured is
     // the page itself, as a page switch that makes a page would cost.
-    {
+    if (!cold) {
         QQmlComponent warmUp(&engine);
         warmUp.setData("import QtQuick 2.15\nimport QtQuick.Controls 2.15\nItem { Button {} Switch {} }",
                        QUrl());
         std::unique_ptr<QObject>(warmUp.create());
     }
-    section("page creation", window, [&] {
+    section(cold ? "baseline start" : "page creation", window, [&] {
         QQmlComponent component(&engine, QUrl(QStringLiteral("qrc:/baseline/Baseline.qml")));
         object.reset(component.create());
         root = qobject_cast<QQuickItem *>(object.get());
@@ -216,6 +243,8 @@ int runBaseline(QQuickWindow *window)
         std::fprintf(stderr, "bench_instructions: the baseline page did not load\n");
         return 1;
     }
+    if (cold)
+        return 0;
     tap(window, root, QStringLiteral("Other"));
     section("later switch", window, [&] { tap(window, root, QStringLiteral("Settings")); });
     return 0;
@@ -251,7 +280,7 @@ int main(int argc, char **argv)
     if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND"))
         qputenv("QT_QUICK_BACKEND", "software");
     QTemporaryDir dir;
-    if (program == QLatin1String("screen")) {
+    if (program == QLatin1String("rescan")) {
         QFile state(dir.filePath(QStringLiteral("state.json")));
         if (!state.open(QIODevice::WriteOnly) || state.write(stateWithNetworks(networks)) < 0)
             return 2;
@@ -263,7 +292,7 @@ int main(int argc, char **argv)
     window.resize(size);
     window.show();
     ScreenDriver::settle(20);
-    if (program == QLatin1String("baseline"))
-        return runBaseline(&window);
-    return runScreen(&window, size, libraryPath, networks, rescans);
+    if (program.startsWith(QLatin1String("baseline")))
+        return runBaseline(&window, program == QLatin1String("baseline-start"));
+    return runScreen(&window, size, libraryPath, program == QLatin1String("rescan"), networks, rescans);
 }

@@ -2,6 +2,7 @@
 
 #include "controls/BeepButton.h"
 #include "shell/AppRootItem.h"
+#include "shell/DocumentPart.h"
 #include "shell/GlobalInfo.h"
 #include "systemset/MeyerSingleton.h"
 #include "systemset/SystemSet.h"
@@ -19,20 +20,11 @@ namespace {
 constexpr int MinLevel = 1;
 constexpr int MaxLevel = 32;
 
-/// The title row's height: fixed steps in portrait, a share of the width in landscape.
-int titleRowHeight()
-{
-    const GlobalInfo &info = GlobalInfo::instance();
-    if (info.isScreenPortrait())
-        return info.screenSize().width() < 600 ? 43 : 54;
-    return int(info.screenSize().width() * 0.053125);
-}
-
 } // namespace
 
 CardBrightness::CardBrightness(QQuickItem *parent)
     : BaseCard(parent)
-    , m_brightnessTitleRowHeight(titleRowHeight())
+    , m_brightnessTitleRowHeight(int(GlobalInfo::instance().rowUnit()))
 {
     // A level outside 1..32 is brought into range: shown as the nearest level, and the buttons step from it.
     m_brightnessValue = std::clamp(MeyerSingleton<HMI::SystemSet>::instance().bright(), MinLevel, MaxLevel);
@@ -69,7 +61,7 @@ void CardBrightness::componentComplete()
 {
     BaseCard::componentComplete();
     m_completed = true;
-    m_titleText = qobject_cast<QQuickText *>(property("titleText").value<QObject *>());
+    m_titleText = documentPart<QQuickText>(this, "titleText");
     setMultilingualText(m_titleText,
                         [] { return QCoreApplication::translate("CardBrightness", "Brightness"); });
 }

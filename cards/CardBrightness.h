@@ -12,7 +12,8 @@ namespace QSP {
 class CardBrightness : public BaseCard
 {
     Q_OBJECT
-    /// Height of the card's title row in pixels; every size of the card's document derives from it.
+    /// Height of the card's title row, the screen's row unit in whole pixels; every size of the card's
+    /// document derives from it.
     Q_PROPERTY(int brightnessTitleRowHeight READ brightnessTitleRowHeight CONSTANT)
     /// The backlight level, 1 to 32 (a level read from the system is shown as it is until changed).
     Q_PROPERTY(
@@ -38,7 +39,7 @@ protected:
     void componentComplete() override;
 
 private:
-    int m_brightnessTitleRowHeight = 54;
+    int m_brightnessTitleRowHeight = 0;
     int m_brightnessValue = 16;
     bool m_completed = false;
     QQuickText *m_titleText = nullptr; ///< from the document, not owned

@@ -2,6 +2,7 @@
 
 #include "controls/BeepButton.h"
 #include "shell/AppRootItem.h"
+#include "shell/DocumentPart.h"
 #include "shell/GlobalInfo.h"
 #include "systemset/MeyerSingleton.h"
 #include "systemset/SystemSet.h"
@@ -14,15 +15,6 @@ namespace QSP {
 
 namespace {
 
-/// The title row's height: fixed steps in portrait, a share of the width in landscape.
-int titleRowHeight()
-{
-    const GlobalInfo &info = GlobalInfo::instance();
-    if (info.isScreenPortrait())
-        return info.screenSize().width() < 600 ? 43 : 54;
-    return int(info.screenSize().width() * 0.053125);
-}
-
 QString buzzerText()
 {
     return QCoreApplication::translate("CardBuzzer", "Buzzer");
@@ -32,7 +24,7 @@ QString buzzerText()
 
 CardBuzzer::CardBuzzer(QQuickItem *parent)
     : BaseCard(parent)
-    , m_buzzerTitleRowHeight(titleRowHeight())
+    , m_buzzerTitleRowHeight(int(GlobalInfo::instance().rowUnit()))
 {
     // The setting may have been changed by another program while the screen was closed.
     if (AppRootItem *root = AppRootItem::instance())
@@ -57,9 +49,9 @@ void CardBuzzer::switchClicked()
 void CardBuzzer::componentComplete()
 {
     BaseCard::componentComplete();
-    m_titleText = qobject_cast<QQuickText *>(property("titleText").value<QObject *>());
+    m_titleText = documentPart<QQuickText>(this, "titleText");
     setMultilingualText(m_titleText, buzzerText);
-    m_buzzerLabel = qobject_cast<QQuickText *>(property("buzzerLabel").value<QObject *>());
+    m_buzzerLabel = documentPart<QQuickText>(this, "buzzerLabel");
     setMultilingualText(m_buzzerLabel, buzzerText);
 }
 

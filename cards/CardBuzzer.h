@@ -13,7 +13,8 @@ namespace QSP {
 class CardBuzzer : public BaseCard
 {
     Q_OBJECT
-    /// Height of the card's title row in pixels; every size of the card's document derives from it.
+    /// Height of the card's title row, the screen's row unit in whole pixels; every size of the card's
+    /// document derives from it.
     Q_PROPERTY(int buzzerTitleRowHeight READ buzzerTitleRowHeight CONSTANT)
     /// Whether the buzzer is on, as the system reports it at the moment of reading.
     Q_PROPERTY(bool buzzerOn READ buzzerOn WRITE setBuzzerOn NOTIFY buzzerOnChanged)
@@ -39,7 +40,7 @@ protected:
 private:
     void refresh();
 
-    int m_buzzerTitleRowHeight = 54;
+    int m_buzzerTitleRowHeight = 0;
     QQuickText *m_titleText = nullptr;   ///< from the document, not owned
     QQuickText *m_buzzerLabel = nullptr; ///< from the document, not owned
 };

@@ -10,8 +10,11 @@
 #include "cards/CardVersion.h"
 #include "cards/CardWifi.h"
 #include "cards/LanguageModel.h"
+#include "controls/CIpInput.h"
+#include "controls/CMacInput.h"
+#include "controls/ComboBox.h"
+#include "shell/QmlTypes.h"
 
-#include <QQmlEngine>
 #include <QtQuick/private/qquickanchors_p.h>
 #include <QtQuick/private/qquickitem_p.h>
 #include <QtQuickTemplates2/private/qquickabstractbutton_p.h>
@@ -19,14 +22,6 @@
 namespace QSP {
 
 namespace {
-
-constexpr char Module[] = "QQuickSystemSet";
-
-template<typename Card>
-void registerCard(const char *name)
-{
-    qmlRegisterType<Card>(Module, 1, 0, name);
-}
 
 void wireNetwork(AppRootItem *root, QQuickItem *item)
 {
@@ -66,6 +61,15 @@ void wireWifi(AppRootItem *root, QQuickItem *item)
                      [back, wifi] { back->setVisible(wifi->isVisible()); });
 }
 
+/// The network card's parts: adapter buttons, address and MAC fields, the default-adapter list.
+void prepareNetwork(QQmlEngine *engine)
+{
+    CardNetwork::prepare(engine);
+    CIpInput::prepare(engine);
+    CMacInput::prepare(engine);
+    ComboBox::prepare(engine);
+}
+
 void networkShown(QQuickItem *item)
 {
     if (auto *network = qobject_cast<CardNetwork *>(item))
@@ -77,20 +81,21 @@ void networkShown(QQuickItem *item)
 const std::array<AppRootItem::CardEntry, 9> &cardCatalogue()
 {
     static const std::array<AppRootItem::CardEntry, 9> catalogue{{
-        {"qrc:/setting/card/Brightness.qml", [] { registerCard<CardBrightness>("CardBrightness"); }},
-        {"qrc:/setting/card/DateTime.qml", [] { registerCard<CardTime>("CardTime"); }},
-        {"qrc:/setting/card/Buzzer.qml", [] { registerCard<CardBuzzer>("CardBuzzer"); }},
-        {"qrc:/setting/card/Network.qml", [] { registerCard<CardNetwork>("CardNetwork"); }, &wireNetwork,
-         &networkShown},
-        {"qrc:/setting/card/NIC.qml", [] { registerCard<CardNIC>("CardNIC"); }},
-        {"qrc:/setting/card/DNS.qml", [] { registerCard<CardDNS>("CardDNS"); }},
-        {"qrc:/setting/card/Version.qml", [] { registerCard<CardVersion>("CardVersion"); }},
+        {"qrc:/setting/card/Brightness.qml", [] { registerQmlType<CardBrightness>("CardBrightness"); }},
+        {"qrc:/setting/card/DateTime.qml", [] { registerQmlType<CardTime>("CardTime"); }},
+        {"qrc:/setting/card/Buzzer.qml", [] { registerQmlType<CardBuzzer>("CardBuzzer"); }},
+        {"qrc:/setting/card/Network.qml", [] { registerQmlType<CardNetwork>("CardNetwork"); }, &wireNetwork,
+         &networkShown, &prepareNetwork},
+        {"qrc:/setting/card/NIC.qml", [] { registerQmlType<CardNIC>("CardNIC"); }, nullptr, nullptr,
+         &ComboBox::prepare},
+        {"qrc:/setting/card/DNS.qml", [] { registerQmlType<CardDNS>("CardDNS"); }},
+        {"qrc:/setting/card/Version.qml", [] { registerQmlType<CardVersion>("CardVersion"); }},
         {"qrc:/setting/card/Language.qml",
          [] {
-             registerCard<LanguageModel>("LanguageModel");
-             registerCard<CardLanguage>("CardLanguage");
+             registerQmlType<LanguageModel>("LanguageModel");
+             registerQmlType<CardLanguage>("CardLanguage");
          }},
-        {"qrc:/setting/card/Wifi.qml", [] { registerCard<CardWifi>("CardWifi"); }, &wireWifi},
+        {"qrc:/setting/card/Wifi.qml", [] { registerQmlType<CardWifi>("CardWifi"); }, &wireWifi},
     }};
     return catalogue;
 }

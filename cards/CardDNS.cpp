@@ -4,6 +4,7 @@
 #include "cards/CardNetwork.h"
 #include "controls/CIpInput.h"
 #include "shell/AppRootItem.h"
+#include "shell/DocumentPart.h"
 #include "systemset/MeyerSingleton.h"
 
 #include <QHostAddress>
@@ -17,19 +18,12 @@ using Panel = MeyerSingleton<HMI::SystemSet>;
 
 CardNetwork *networkCard()
 {
-    AppRootItem *root = AppRootItem::instance();
-    return root ? qobject_cast<CardNetwork *>(root->getCardItem(AppRootItem::Card_Network)) : nullptr;
+    return screenCard<CardNetwork>(AppRootItem::Card_Network);
 }
 
 void bindText(QQuickText *text, const char *source)
 {
     bindTranslatedText(text, "CardDNS", source);
-}
-
-void showServer(CIpInput *input, HMI::IP ip)
-{
-    if (input && !input->editing())
-        input->setIp(QHostAddress(quint32(ip)).toString());
 }
 
 } // namespace
@@ -72,8 +66,8 @@ void CardDNS::loadDnsAndShow() const
     if (!network || !network->currentNIC())
         return;
     const std::pair<HMI::IP, HMI::IP> dns = Panel::instance().getDns(network->currentNIC());
-    showServer(m_dns1Input, dns.first);
-    showServer(m_dns2Input, dns.second);
+    showAddress(m_dns1Input, dns.first);
+    showAddress(m_dns2Input, dns.second);
 }
 
 void CardDNS::saveBoth()

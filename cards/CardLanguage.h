@@ -14,7 +14,8 @@ class CardLanguage : public BaseCard
     Q_OBJECT
     /// The languages offered; owned by the card.
     Q_PROPERTY(QSP::LanguageModel *languageModel READ languageModel CONSTANT)
-    /// The card's unit, from which the rows, the tick and the text are sized; fixed for the screen size.
+    /// The card's unit, the screen's row unit in whole pixels, from which the rows, the tick and the text
+    /// are sized.
     Q_PROPERTY(int languageTitleRowHeight READ languageTitleRowHeight CONSTANT)
 
 public:

@@ -6,6 +6,7 @@
 #include "controls/ComboBox.h"
 #include "controls/Dialog.h"
 #include "shell/AppRootItem.h"
+#include "shell/DocumentPart.h"
 #include "shell/GlobalInfo.h"
 #include "shell/OnGuiThread.h"
 #include "shell/Palette.h"

@@ -9,9 +9,9 @@
 #include <QString>
 
 class QColor;
+class QQmlEngine;
 class QQuickImage;
 class QQuickText;
-class QTimer;
 
 namespace QSP {
 
@@ -20,6 +20,10 @@ class BeepSwitch;
 class CIpInput;
 class CMacInput;
 class ComboBox;
+class Modem4G;
+class NetworkAdapters;
+class VpnStatus;
+class WifiSummary;
 
 /// The card of the Network page: one button per network interface of the panel and, below them, the rows
 /// of the selected interface only.
@@ -29,6 +33,10 @@ class ComboBox;
 /// its server and state, each refreshed by a timer that runs only while that interface is selected. Rows are
 /// built the first time an interface is selected and kept. The switches are the truth for what may be
 /// edited, so that the screen follows a touch at once; everything shown is read back from the system.
+///
+/// The card holds the adapter buttons and the selection, builds the rows and decides which status polls run;
+/// the interfaces' rows and their state are its parts': NetworkAdapters (wired and Wi-Fi), WifiSummary,
+/// Modem4G and VpnStatus.
 class CardNetwork : public BaseCard
 {
     Q_OBJECT
@@ -75,6 +83,8 @@ public:
     /// Sets the interface's on/off switch from the system.
     Q_INVOKABLE void updateSwitchDisplay_EnableDisable(HMI::SystemSet::NIC nic);
     /// Sets the interface's "Static IP" switch from the system (on = not DHCP).
+    /// Compiles the adapter button's document for @p engine ahead of the first card.
+    static void prepare(QQmlEngine *engine);
     Q_INVOKABLE void updateSwitchDisplay_static(HMI::SystemSet::NIC nic);
     Q_INVOKABLE void updateSwitchDisplay_static(int nic) { updateSwitchDisplay_static(NIC(nic)); }
 
@@ -90,6 +100,22 @@ public:
     CMacInput *addColumnItemMac(QQuickItem *row, const HMI::MAC &mac);
     ComboBox *addColumnItemComboBox(QQuickItem *row);
     QQuickImage *addColumnItemImage(QQuickItem *row, const QString &source);
+    /// The first row of the 4G modem and of the VPN: the interface's name and its on/off switch @p onOff,
+    /// in position @p on.
+    QQuickItem *addOnOffRow(const char *label, bool on, BeepSwitch *&onOff);
+    /// A "Connection Status" row whose state @p text shows the translation of @p *source.
+    QQuickItem *addStateRow(QQuickText *&text, const char *const *source);
+    /// The column that holds the rows.
+    QQuickItem *rowColumn() const { return m_layout; }
+
+    /// A text of the card in the current language.
+    static QString translated(const char *source);
+    /// Shows the card's text @p newSource in @p text in @p color, keeping it in @p source for the language
+    /// changes; nothing without a text.
+    static void setStateText(QQuickText *text, const char *&source, const char *newSource,
+                             const QColor &color);
+    /// Moves @p onOff to position @p on; whether it moved.
+    static bool showSwitch(BeepSwitch *onOff, bool on);
 
 Q_SIGNALS:
     void rowHeightChanged();
@@ -122,45 +148,18 @@ protected:
     void componentComplete() override;
 
 private:
-    /// The address fields of a wired or Wi-Fi adapter, in the order of their rows.
-    enum AddressField { IpAddress, SubnetMask, DefaultGateway, AddressFieldCount };
-
     void addNicButtons();
     void addNicButton(NIC nic);
-    void addAddressRows(NIC nic);
-    QQuickItem *addWifiSummaryRow();
-    QList<QQuickItem *> addModemRows();
-    QList<QQuickItem *> addVpnRows();
-    QQuickItem *addOnOffRow(NIC nic, const char *label);
-    QQuickItem *addStateRow(QQuickText *&text, const char *const *source);
+    /// A "Disable Network" switch of a wired or Wi-Fi adapter was pressed.
     void setAdapterDisabled(NIC nic, bool disable);
-    void setInterfaceOn(NIC nic, bool on);
-    void setStatic(NIC nic, bool on);
-    void onEnableDHCP(NIC nic, HMI::SystemSet::DHCP_STATE state);
-    void updateAddressEnable(AddressField field, NIC nic);
-    void showLiveAddress(AddressField field, NIC nic);
-    void showLiveAddresses(NIC nic);
-    void showBuiltAddresses(NIC nic);
-    void clearWifiAddresses();
-    void updateAddressEnables(NIC nic);
-    void updateAllAddressEnables();
+    /// The 4G or VPN switch was pressed (the system is told).
+    void onInterfaceSwitched();
     bool syncEnableSwitch(NIC nic);
-    void setStateText(QQuickText *text, const char *&source, const char *newSource, const QColor &color);
     void reloadDnsCard();
     void onOpened();
-    QTimer *pollTimer(QTimer *&timer, void (CardNetwork::*update)());
-    /// Starts @p timer (made on first use) every @p intervalMs, unless the screen is closed.
-    void startPoll(QTimer *&timer, void (CardNetwork::*update)(), int intervalMs);
     /// Starts the poll that the selected adapter needs, after the screen was opened.
     void resumeStatusTimer();
     void stopStatusTimers();
-    void setup4GTimer(bool run);
-    void clear4GDisplay();
-    void fillServerList();
-    void onServerPicked();
-    void startWifiTimer();
-    void stopWifiTimer();
-    void showWifiOffline();
 
     int m_rowHeight = 62;
     int m_fontPixelSize = 20;
@@ -172,28 +171,12 @@ private:
 
     QHash<int, BeepButton *> m_nicButtons;
     QHash<int, QList<QQuickItem *>> m_rows;
-    QHash<int, BeepSwitch *> m_enableSwitches; ///< "Disable Network" (on = off), and the 4G and VPN switches
-    QHash<int, BeepSwitch *> m_staticSwitches;
-    QHash<int, CIpInput *> m_addressInputs[AddressFieldCount]; ///< by AddressField, then by adapter
 
-    QQuickImage *m_signalImage = nullptr;
-    QQuickText *m_4GStateText = nullptr;
-    const char *m_4GStateSource = "";
-    ComboBox *m_serverComboBox = nullptr;
-    QQuickText *m_vpnStateText = nullptr;
-    const char *m_vpnStateSource = "";
-    BeepButton *m_wifiButton = nullptr;
-    QQuickText *m_wifiSsidText = nullptr;
-    QQuickText *m_wifiStateText = nullptr;
-    QQuickImage *m_wifiArrow = nullptr;
-    const char *m_wifiStateSource = "";
-    bool m_wifiSsidUnknown = false;
-    bool m_wifiWasConnected = false;
-    bool m_wifiConnecting = false;
-
-    QTimer *m_4GTimer = nullptr;
-    QTimer *m_vpnTimer = nullptr;
-    QTimer *m_wifiTimer = nullptr;
+    // The parts, children of the card.
+    NetworkAdapters *m_adapters = nullptr;
+    WifiSummary *m_wifiSummary = nullptr;
+    Modem4G *m_modem = nullptr;
+    VpnStatus *m_vpn = nullptr;
 };
 
 } // namespace QSP

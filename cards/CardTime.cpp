@@ -2,6 +2,7 @@
 
 #include "controls/TimeEditPopup.h"
 #include "shell/AppRootItem.h"
+#include "shell/DocumentPart.h"
 #include "shell/GlobalInfo.h"
 #include "systemset/MeyerSingleton.h"
 #include "systemset/SystemSet.h"
@@ -20,20 +21,11 @@ namespace {
 
 constexpr int TickMs = 1000;
 
-/// The caption row's height: fixed steps in portrait, a share of the width in landscape (not rounded).
-double titleRowHeight()
-{
-    const GlobalInfo &info = GlobalInfo::instance();
-    if (info.isScreenPortrait())
-        return info.screenSize().width() < 600 ? 43.0 : 54.0;
-    return info.screenSize().width() * 0.053125;
-}
-
 } // namespace
 
 CardTime::CardTime(QQuickItem *parent)
     : BaseCard(parent)
-    , m_timeTitleRowHeight(titleRowHeight())
+    , m_timeTitleRowHeight(GlobalInfo::instance().rowUnit())
     , m_timer(new QTimer(this))
 {
     connect(m_timer, &QTimer::timeout, this, &CardTime::updateDateTime);
@@ -103,9 +95,9 @@ void CardTime::applyDateTime(const QDateTime &dateTime)
 void CardTime::componentComplete()
 {
     BaseCard::componentComplete();
-    m_titleText = qobject_cast<QQuickText *>(property("titleText").value<QObject *>());
+    m_titleText = documentPart<QQuickText>(this, "titleText");
     setMultilingualText(m_titleText, [] { return QCoreApplication::translate("CardTime", "Time"); });
-    m_dateLabel = qobject_cast<QQuickText *>(property("dateLabel").value<QObject *>());
+    m_dateLabel = documentPart<QQuickText>(this, "dateLabel");
     if (m_dateLabel)
         setMultilingualText(m_dateLabel,
                             [] { return QCoreApplication::translate("CardTime", "Date & Time"); });

@@ -19,7 +19,8 @@ class CardTime : public BaseCard
     Q_OBJECT
     /// The text shown, e.g. "2026/11/15 Sun 09:24:00", in the screen's locale.
     Q_PROPERTY(QString currentDateTime READ currentDateTime NOTIFY currentDateTimeChanged)
-    /// Height of the card's caption row, the unit of every size in the card's document.
+    /// Height of the card's caption row, the screen's row unit (not rounded), the unit of every size in the
+    /// card's document.
     Q_PROPERTY(double timeTitleRowHeight READ timeTitleRowHeight NOTIFY timeTitleRowHeightChanged)
 
 public:
@@ -52,7 +53,7 @@ private:
     void applyDateTime(const QDateTime &dateTime);
 
     QString m_currentDateTime;
-    double m_timeTitleRowHeight = 54.0;
+    double m_timeTitleRowHeight = 0;
     QTimer *m_timer = nullptr;         ///< child of the card
     TimeEditPopup *m_dialog = nullptr; ///< child of the card, made on the first tap
     QQuickText *m_titleText = nullptr; ///< from the document, not owned

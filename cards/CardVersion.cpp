@@ -1,6 +1,7 @@
 #include "cards/CardVersion.h"
 
 #include "shell/AppRootItem.h"
+#include "shell/DocumentPart.h"
 #include "shell/GlobalInfo.h"
 #include "systemset/MeyerSingleton.h"
 #include "systemset/SystemSet.h"
@@ -24,20 +25,6 @@ namespace QSP {
 
 namespace {
 
-/// The card's unit: a fraction of the width in landscape, fixed steps in portrait.
-int rowHeightFor(const GlobalInfo &info)
-{
-    const int width = info.screenSize().width();
-    if (info.isScreenPortrait())
-        return width < 600 ? 43 : 54;
-    return int(width * 0.053125);
-}
-
-QQuickText *textPart(const QObject *object, const char *name)
-{
-    return qobject_cast<QQuickText *>(object->property(name).value<QObject *>());
-}
-
 /// A serial number equal to the placeholder's own source text is not a number worth showing.
 const QString PlaceholderSerial = QStringLiteral("QR Code");
 /// Image.Error, as QML reports a failed load.
@@ -47,16 +34,16 @@ constexpr int ImageErrorStatus = QQuickImageBase::Error;
 
 CardVersion::CardVersion(QQuickItem *parent)
     : BaseCard(parent)
-    , m_versionTitleRowHeight(rowHeightFor(GlobalInfo::instance()))
+    , m_versionTitleRowHeight(int(GlobalInfo::instance().rowUnit()))
 {}
 
 void CardVersion::componentComplete()
 {
     BaseCard::componentComplete();
 
-    m_titleText = textPart(this, "titleText");
-    m_qrCodeText = textPart(this, "qrCodeText");
-    m_serialNumberLabel = textPart(this, "serialNumberLabel");
+    m_titleText = documentPart<QQuickText>(this, "titleText");
+    m_qrCodeText = documentPart<QQuickText>(this, "qrCodeText");
+    m_serialNumberLabel = documentPart<QQuickText>(this, "serialNumberLabel");
     setMultilingualText(m_titleText, [] { return QCoreApplication::translate("CardVersion", "Cloud Info"); });
     setMultilingualText(m_qrCodeText, [] { return QCoreApplication::translate("CardVersion", "QR Code"); });
     setMultilingualText(m_serialNumberLabel,

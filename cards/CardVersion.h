@@ -16,7 +16,7 @@ namespace QSP {
 class CardVersion : public BaseCard
 {
     Q_OBJECT
-    /// The card's unit, the height of the caption row; fixed for the screen size.
+    /// The card's unit, the height of the caption row: the screen's row unit in whole pixels.
     Q_PROPERTY(int versionTitleRowHeight READ versionTitleRowHeight CONSTANT)
     /// Whether the caption's icon failed to load (a red "!" stands in for it).
     Q_PROPERTY(bool iconError READ iconError NOTIFY iconErrorChanged)

@@ -5,7 +5,6 @@
 #include <QMetaType>
 #include <QPointer>
 #include <QString>
-#include <QTimer>
 #include <QVector>
 #include <QtQuickTemplates2/private/qquickcontrol_p.h>
 
@@ -15,12 +14,14 @@
 class QQuickBasePositioner;
 class QQuickImage;
 class QQuickText;
-class QQuickTextInput;
 
 namespace QSP {
 
 class BeepButton;
 class Dialog;
+class WifiConnection;
+class WifiList;
+class WifiPasswordDialog;
 
 /// The card of the Wi-Fi page: the network the panel is connected to (with a Reset button), and one row
 /// per network found by the last scan (with a refresh button and a spinner while scanning). Tapping a
@@ -32,6 +33,10 @@ class Dialog;
 ///
 /// Nearby rows are kept from one scan to the next and refilled in place; a long list gets its rows in
 /// batches over several turns of the event loop, so that a crowded site never freezes the screen.
+///
+/// The card holds its state, the scan and reset buttons and the return button; its parts hold the rest:
+/// WifiList (the connected row and the nearby rows), WifiPasswordDialog and WifiConnection (the attempt to
+/// connect and what follows it).
 class CardWifi : public QQuickControl
 {
     Q_OBJECT
@@ -41,6 +46,8 @@ class CardWifi : public QQuickControl
     Q_PROPERTY(int fontSize READ fontSize WRITE setFontSize NOTIFY fontSizeChanged)
     /// Height of every row of the card, derived from the screen when the card was made.
     Q_PROPERTY(double rowHeight READ rowHeight CONSTANT)
+    /// Whether a scan is under way or its result is still being listed (false once every row shows it).
+    Q_PROPERTY(bool listing READ isListing NOTIFY listingChanged)
 
 public:
     /// What the card is doing.
@@ -77,6 +84,9 @@ public:
     int fontSize() const { return m_fontSize; }
     void setFontSize(int size);
     double rowHeight() const { return m_base * 0.875; }
+    /// The card's size unit (48 on a 1024 pixels wide screen): rows, icons and the return button derive
+    /// from it.
+    int baseSize() const { return m_base; }
 
     CardState state() const { return m_cardState; }
     /// Stores @p state and emits cardStateChanged() when it differs.
@@ -114,7 +124,7 @@ public:
     WIFI_INFO *findWifiBySsid(const HMI::SSID &ssid);
     WIFI_INFO *findWifiByCurrentSsid();
     /// The nearby networks that have their row so far (all of the last scan once it is listed).
-    const QVector<WIFI_INFO> &wifiList() const { return m_wifiList; }
+    const QVector<WIFI_INFO> &wifiList() const;
 
     /// A tap on the nearby row at list @p index: open the dialog and, when no typing is needed, connect.
     void onClickWifiItem(int index);
@@ -122,7 +132,7 @@ public:
     void openPwDialog();
     /// Builds the password dialog (once).
     void addDialog();
-    Dialog *passwordDialog() const { return m_dialog; }
+    Dialog *passwordDialog() const;
     /// Handles one progress report of a connection attempt.
     void onConnectResult(HMI::SystemSet::StateWifi result);
     /// Connected: make sure the adapter has an address, then close the dialog.
@@ -131,10 +141,16 @@ public:
     void closeDialog_and_updateCurWifiInfo();
     /// The time a connection attempt is given, in milliseconds (CONNECT_TIMEOUT_MS unless a test shortens
     /// it).
-    int connectTimeout() const { return m_connectWatchdog.interval(); }
-    void setConnectTimeout(int ms) { m_connectWatchdog.setInterval(ms); }
+    int connectTimeout() const;
+    void setConnectTimeout(int ms);
+
+    /// A text of the card in the current language.
+    static QString translated(const char *source);
+
+    bool isListing() const;
 
 Q_SIGNALS:
+    void listingChanged();
     void titleHeightChanged();
     void fontSizeChanged();
     void cardStateChanged();
@@ -155,35 +171,10 @@ protected:
     void itemChange(ItemChange change, const ItemChangeData &value) override;
 
 private:
-    /// A nearby row and the parts that change from one network to the next.
-    struct Row
-    {
-        QQuickItem *item = nullptr;
-        QQuickImage *icon = nullptr;
-        QQuickText *name = nullptr;
-    };
-
-    Row makeRow(int index);
-    void addPendingRows();
-    void hideRowsFrom(int index);
-    bool isRowShown(const HMI::SSID &ssid) const;
     void addReturnButton();
     void addResetButton(QQuickItem *row);
     void updateButtonsForState();
-    void placeDialogMessage();
-    void setDialogMessage(const char *source, const QColor &color);
-    QFont dialogFont() const;
 
-    QVector<WIFI_INFO> m_wifiList;
-    QVector<Row> m_rows;      ///< every row made so far, in column order; row i shows list entry i
-    int m_rowsInUse = 0;      ///< rows at and after this position are hidden
-    HMI::SSID m_hiddenSsid{}; ///< the connected network, whose nearby rows are hidden; empty: none
-    std::unique_ptr<std::vector<HMI::SystemSet::SsidInfo>> m_pendingScan; ///< records still to list
-    std::size_t m_pendingNext = 0;
-    QTimer m_rowTimer;        ///< lists the next batch of pending records
-    QTimer m_connectWatchdog; ///< ends an attempt whose outcome never comes
-    HMI::SSID m_selectedSsid{};
-    unsigned m_selectedStrength = 0; ///< of the network last tapped or connected
     CardState m_cardState = Idle;
     quint16 m_base = 48;
     quint16 m_minHeight = 0;
@@ -192,7 +183,6 @@ private:
 
     // From the document (not owned).
     QQuickBasePositioner *m_column = nullptr;
-    QQuickItem *m_current = nullptr;
     QQuickText *m_connectedWlanText = nullptr;
     QQuickText *m_nearbyWlanText = nullptr;
     BeepButton *m_scanButton = nullptr;
@@ -203,13 +193,11 @@ private:
     // Made by the card.
     QPointer<BeepButton> m_returnButton; ///< owned by the root item
     BeepButton *m_resetButton = nullptr;
-    QQuickImage *m_curSignalIcon = nullptr;
-    QQuickText *m_curNameText = nullptr;
-    QQuickImage *m_curTick = nullptr;
-    Dialog *m_dialog = nullptr;
-    QQuickText *m_dialogMessage = nullptr;
-    const char *m_dialogMessageSource = nullptr; ///< untranslated text of the dialog's message
-    QQuickTextInput *m_passwordInput = nullptr;
+
+    // The parts, children of the card.
+    WifiList *m_list = nullptr;
+    WifiPasswordDialog *m_passwordDialog = nullptr;
+    WifiConnection *m_connection = nullptr;
 };
 
 } // namespace QSP

@@ -28,4 +28,10 @@ QString ssidText(const HMI::SSID &ssid)
     return text;
 }
 
+HMI::SSID terminatedSsid(HMI::SSID ssid)
+{
+    ssid[32] = 0;
+    return ssid;
+}
+
 } // namespace QSP

@@ -11,4 +11,8 @@ namespace QSP {
 /// limit is dropped; a name that neither encoding reads is shown with replacement characters.
 QString ssidText(const HMI::SSID &ssid);
 
+/// @p ssid with its byte 32 set to 0, as the nearby list keeps names: a 32-byte name has no terminator of
+/// its own.
+HMI::SSID terminatedSsid(HMI::SSID ssid);
+
 } // namespace QSP

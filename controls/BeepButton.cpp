@@ -1,6 +1,7 @@
 #include "controls/BeepButton.h"
 
 #include "controls/VkbManager.h"
+#include "shell/QmlTypes.h"
 #include "systemset/MeyerSingleton.h"
 #include "systemset/SystemSet.h"
 
@@ -62,11 +63,7 @@ void BeepButton::onClickEvent() noexcept
 
 void BeepButton::registerType()
 {
-    static bool registered = false;
-    if (registered)
-        return;
-    registered = true;
-    qmlRegisterType<BeepButton>("QQuickSystemSet", 1, 0, "BeepButton");
+    registerQmlType<BeepButton>("BeepButton");
 }
 
 } // namespace QSP

@@ -1,6 +1,8 @@
 #include "controls/BeepSwitch.h"
 
 #include "shell/Palette.h"
+#include "shell/QmlTypes.h"
+
 #include <QQmlEngine>
 #include <QtQuick/private/qquickanchors_p.h>
 #include <QtQuick/private/qquickitem_p.h>
@@ -9,7 +11,7 @@
 namespace QSP {
 
 namespace {
-const QColor TrackOff(QStringLiteral("#C9CDD4"));
+const QColor TrackOff(Palette::Inactive);
 const QColor TrackOn(Palette::Accent);
 } // namespace
 
@@ -74,11 +76,7 @@ void BeepSwitch::updateFrontRect()
 
 void BeepSwitch::registerType()
 {
-    static bool registered = false;
-    if (registered)
-        return;
-    registered = true;
-    qmlRegisterType<BeepSwitch>("QQuickSystemSet", 1, 0, "BeepSwitch");
+    registerQmlType<BeepSwitch>("BeepSwitch");
 }
 
 } // namespace QSP

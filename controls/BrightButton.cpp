@@ -1,5 +1,7 @@
 #include "controls/BrightButton.h"
 
+#include "shell/QmlTypes.h"
+
 #include <QQmlEngine>
 
 namespace QSP {
@@ -12,11 +14,7 @@ BrightButton::BrightButton(QQuickItem *parent)
 
 void BrightButton::registerType()
 {
-    static bool registered = false;
-    if (registered)
-        return;
-    registered = true;
-    qmlRegisterType<BrightButton>("QQuickSystemSet", 1, 0, "BrightButton");
+    registerQmlType<BrightButton>("BrightButton");
 }
 
 } // namespace QSP

@@ -3,6 +3,8 @@
 #include "controls/BeepButton.h"
 #include "controls/VkbManager.h"
 #include "shell/ComponentCache.h"
+#include "shell/DocumentPart.h"
+#include "shell/QmlTypes.h"
 
 #include <QClipboard>
 #include <QColor>
@@ -52,25 +54,30 @@ CIpInput::CIpInput(QQuickItem *parent)
     : QQuickItem(parent)
 {}
 
-CIpInput *CIpInput::create(QQmlEngine *engine, QQuickItem *parent)
+namespace {
+
+constexpr char Document[] = "qrc:/setting/flatui/IpInput.qml";
+
+} // namespace
+
+CIpInput *CIpInput::create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize)
 {
-    if (!engine) {
-        qWarning("QSP::CIpInput: no QML engine to create the address input in");
-        return nullptr;
-    }
-    // Compiled once for the engine that asks (the host's, which lives as long as the process).
-    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/flatui/IpInput.qml")),
-                                   &CIpInput::registerType);
-    return static_cast<CIpInput *>(document.createItem(engine, parent, staticMetaObject));
+    const auto setUp = [fontPixelSize](QQuickItem *item) {
+        if (fontPixelSize > 0)
+            static_cast<CIpInput *>(item)->setFontPixelSize(fontPixelSize);
+    };
+    return createFromDocument<CIpInput>(Document, engine, parent, "address input", setUp);
+}
+
+void CIpInput::prepare(QQmlEngine *engine)
+{
+    if (engine)
+        documentOf<CIpInput>(Document).component(engine);
 }
 
 void CIpInput::registerType()
 {
-    static bool registered = false;
-    if (registered)
-        return;
-    registered = true;
-    qmlRegisterType<CIpInput>("QQuickSystemSet", 1, 0, "CIpInput");
+    registerQmlType<CIpInput>("CIpInput");
 }
 
 bool CIpInput::parseAddress(const QString &text, quint32 *address)
@@ -174,9 +181,7 @@ void CIpInput::onEnableChanged()
 void CIpInput::componentComplete()
 {
     QQuickItem::componentComplete();
-    auto field = [this](const char *name) {
-        return qobject_cast<QQuickTextInput *>(property(name).value<QObject *>());
-    };
+    auto field = [this](const char *name) { return documentPart<QQuickTextInput>(this, name); };
     m_input0 = field("ipi0");
     m_input1 = field("ipi1");
     m_input2 = field("ipi2");

@@ -27,8 +27,11 @@ public:
     explicit CIpInput(QQuickItem *parent = nullptr);
 
     /// Makes a control from IpInput.qml in @p engine's root context, owned by and shown in @p parent.
-    /// Null when the document cannot be loaded (reported once as a warning).
-    static CIpInput *create(QQmlEngine *engine, QQuickItem *parent);
+    /// A @p fontPixelSize above 0 is set before the fields are first laid out. Null when the document cannot
+    /// be loaded (reported once as a warning).
+    static CIpInput *create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize = 0);
+    /// Compiles IpInput.qml for @p engine ahead of the first create().
+    static void prepare(QQmlEngine *engine);
     /// Registers "CIpInput" in "QQuickSystemSet" 1.0; later calls do nothing.
     static void registerType();
 

@@ -3,6 +3,8 @@
 #include "controls/BeepButton.h"
 #include "controls/VkbManager.h"
 #include "shell/ComponentCache.h"
+#include "shell/DocumentPart.h"
+#include "shell/QmlTypes.h"
 
 #include <QColor>
 #include <QQmlEngine>
@@ -35,22 +37,31 @@ CMacInput::CMacInput(QQuickItem *parent)
     registerMacMetaType();
 }
 
-CMacInput *CMacInput::create(QQmlEngine *engine, QQuickItem *parent)
+namespace {
+
+constexpr char Document[] = "qrc:/setting/flatui/MacInput.qml";
+
+} // namespace
+
+CMacInput *CMacInput::create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize)
 {
-    if (!engine) {
-        qWarning("QSP::CMacInput: no QML engine to create the MAC address input in");
-        return nullptr;
-    }
-    // Compiled once for the engine that asks (the host's, which lives as long as the process).
-    static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/flatui/MacInput.qml")),
-                                   &CMacInput::registerType);
-    return static_cast<CMacInput *>(document.createItem(engine, parent, staticMetaObject));
+    const auto setUp = [fontPixelSize](QQuickItem *item) {
+        if (fontPixelSize > 0)
+            static_cast<CMacInput *>(item)->setFontPixelSize(fontPixelSize);
+    };
+    return createFromDocument<CMacInput>(Document, engine, parent, "MAC address input", setUp);
+}
+
+void CMacInput::prepare(QQmlEngine *engine)
+{
+    if (engine)
+        documentOf<CMacInput>(Document).component(engine);
 }
 
 void CMacInput::registerType()
 {
     registerMacMetaType();
-    qmlRegisterType<CMacInput>("QQuickSystemSet", 1, 0, "CMacInput");
+    registerQmlType<CMacInput>("CMacInput");
 }
 
 QString CMacInput::macString() const
@@ -126,7 +137,7 @@ void CMacInput::onAccepted()
 void CMacInput::componentComplete()
 {
     QQuickItem::componentComplete();
-    m_input = qobject_cast<QQuickTextInput *>(property("input").value<QObject *>());
+    m_input = documentPart<QQuickTextInput>(this, "input");
     if (!m_input)
         return;
     connect(m_input, &QQuickTextInput::accepted, this, &CMacInput::onAccepted);

@@ -22,9 +22,12 @@ public:
     explicit CMacInput(QQuickItem *parent = nullptr);
 
     /// Makes a control from MacInput.qml in @p engine's root context, owned by and shown in @p parent.
-    /// Null when the document cannot be loaded (reported once as a warning).
-    static CMacInput *create(QQmlEngine *engine, QQuickItem *parent);
-    /// Registers "CMacInput" in "QQuickSystemSet" 1.0, again on every call.
+    /// A @p fontPixelSize above 0 is set before the fields are first laid out. Null when the document cannot
+    /// be loaded (reported once as a warning).
+    static CMacInput *create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize = 0);
+    /// Compiles MacInput.qml for @p engine ahead of the first create().
+    static void prepare(QQmlEngine *engine);
+    /// Registers "CMacInput" in "QQuickSystemSet" 1.0 (and HMI::MAC as a meta-type); later calls do nothing.
     static void registerType();
 
     /// The field's text as shown, for example "00:1A:2B:3C:4D:5E".

@@ -4,6 +4,8 @@
 #include "shell/AppRootItem.h"
 #include "shell/ComponentCache.h"
 #include "shell/GlobalInfo.h"
+#include "shell/Palette.h"
+#include "shell/QmlTypes.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -18,54 +20,32 @@ namespace QSP {
 
 namespace {
 
-const QColor FIELD_BORDER(QLatin1String("#E2E2E2"));
+const QColor FIELD_BORDER(Palette::FieldBorder);
 const QColor OPEN_BORDER(QLatin1String("#6EA2E2"));
 
-// The two documents are kept as their author wrote them: one statement a line, indented under "import".
-QString joinLines(const QStringList &lines)
-{
-    return lines.join(QStringLiteral("\n           "));
-}
-
-QString comboBoxText()
-{
-    return joinLines({QStringLiteral("import QtQuick.Controls 2.15"), QStringLiteral("ComboBox{id:_com"),
-                      QStringLiteral("property int fontPixelSize: 20"),
-                      QStringLiteral("font.pixelSize: fontPixelSize}")});
-}
-
-// Rows refer to the combo box by its id: the delegate is instantiated in the combo box's own context.
-QString delegateText()
-{
-    return joinLines(
-        {QStringLiteral("import QtQuick 2.15"), QStringLiteral("import QtQuick.Controls 2.15"),
-         QStringLiteral("ItemDelegate{"), QStringLiteral("width: _com.width"),
-         QStringLiteral("height: _com.height"), QStringLiteral("Rectangle{"),
-         QStringLiteral("anchors.fill: parent"),
-         QStringLiteral("color: (model.index===_com.currentIndex) ? \"#A8CDF1\" : \"#FFFFFF\""),
-         QStringLiteral("Text {"), QStringLiteral("textFormat: Text.PlainText"), QStringLiteral("x: 10"),
-         QStringLiteral("anchors.verticalCenter: parent.verticalCenter"),
-         QStringLiteral("text: modelData.name"), QStringLiteral("font.pixelSize: _com.fontPixelSize}}}")});
-}
-
-/// The compiled texts, shared by every combo box. They belong to the engine they were compiled for, so they
-/// live as long as it does (the host's engine: the whole process).
+/// The compiled documents, shared by every combo box. They belong to the engine they were compiled for, so
+/// they live as long as it does (the host's engine: the whole process).
 ComponentCache &comboBoxComponent()
 {
-    static ComponentCache cache(comboBoxText(),
-                                QUrl(QStringLiteral("qrc:/setting/controls/InnerComboBox.qml")),
+    static ComponentCache cache(QUrl(QStringLiteral("qrc:/setting/controls/InnerComboBox.qml")), nullptr,
                                 QStringLiteral("QSP::ComboBox: "));
     return cache;
 }
 
 ComponentCache &delegateComponent()
 {
-    static ComponentCache cache(delegateText(), QUrl(QStringLiteral("qrc:/setting/controls/ComboBoxRow.qml")),
+    static ComponentCache cache(QUrl(QStringLiteral("qrc:/setting/controls/ComboBoxRow.qml")), nullptr,
                                 QStringLiteral("QSP::ComboBox: "));
     return cache;
 }
 
 } // namespace
+
+void ComboBox::prepare(QQmlEngine *engine)
+{
+    comboBoxComponent().component(engine);
+    delegateComponent().component(engine);
+}
 
 ComboBox::ComboBox(QQuickItem *parent)
     : QQuickItem(parent)
@@ -236,11 +216,7 @@ void ComboBox::updateSizes()
 
 void ComboBox::registerType()
 {
-    static bool registered = false;
-    if (registered)
-        return;
-    registered = true;
-    qmlRegisterType<ComboBox>("QQuickSystemSet", 1, 0, "ComboBox");
+    registerQmlType<ComboBox>("ComboBox");
 }
 
 } // namespace QSP

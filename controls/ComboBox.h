@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <QVariant>
 
+class QQmlEngine;
 class QQuickComboBox;
 class QQuickImage;
 class QQuickPopup;
@@ -44,6 +45,9 @@ public:
     void setFontPixelSize(int size);
 
     static void registerType();
+    /// Compiles the combo box's documents (and the style's documents they use) for @p engine ahead of the
+    /// first combo box.
+    static void prepare(QQmlEngine *engine);
 
 Q_SIGNALS:
     void currentIndexChanged();

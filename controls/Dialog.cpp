@@ -4,6 +4,7 @@
 #include "shell/AppRootItem.h"
 #include "shell/GlobalInfo.h"
 #include "shell/Palette.h"
+#include "shell/QmlTypes.h"
 
 #include <QGuiApplication>
 #include <QQmlEngine>
@@ -177,11 +178,7 @@ void Dialog::applyTitleFont()
 
 void Dialog::registerType()
 {
-    static bool registered = false;
-    if (registered)
-        return;
-    registered = true;
-    qmlRegisterType<Dialog>("QQuickSystemSet", 1, 0, "Dialog");
+    registerQmlType<Dialog>("Dialog");
 }
 
 } // namespace QSP

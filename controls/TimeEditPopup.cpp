@@ -55,15 +55,6 @@ qreal hostWidth()
     return screenSize().width();
 }
 
-/// The base unit of the settings screen's rows, as the cards derive it.
-qreal unitSize()
-{
-    const QSize screen = screenSize();
-    if (screen.width() < screen.height())
-        return screen.width() >= 600 ? 54 : 43;
-    return screen.width() * 0.053125;
-}
-
 int fieldText(const QQuickTextInput *input)
 {
     return input ? input->text().toInt(nullptr, 10) : 0;
@@ -221,7 +212,7 @@ QValidator *TimeEditPopup::createValidator(InputType type, QObject *parent)
 
 void TimeEditPopup::createUI()
 {
-    const qreal unit = unitSize();
+    const qreal unit = GlobalInfo::rowUnitFor(screenSize());
     const qreal available = hostWidth();
     qreal factor = 1;
     if (available >= 1920)
@@ -230,7 +221,7 @@ void TimeEditPopup::createUI()
         factor = 0.85;
     else if (available >= 1024)
         factor = 0.9;
-    const qreal s = std::min(available / 800, unit / 43) * factor;
+    const qreal s = std::min(available / 800, unit / GlobalInfo::NarrowRowUnit) * factor;
 
     setWidth(672 * s);
     setHeight(76 * s);

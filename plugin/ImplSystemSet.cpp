@@ -11,6 +11,7 @@
 #include "shell/AppRootItem.h"
 #include "shell/ComponentCache.h"
 #include "shell/GlobalInfo.h"
+#include "shell/QmlTypes.h"
 
 #include <QQmlComponent>
 #include <QQmlContext>
@@ -20,7 +21,8 @@ namespace QSP {
 
 namespace {
 
-/// Registers the module's types, once, as a Qt module's registerTypes does: the root item and every control.
+/// Registers the module's types, once, as a Qt module's registerTypes does: the root item and every control
+/// (each registration brings the palette along).
 /// Each card registers its own types just before its document is first loaded (see cardCatalogue()).
 void registerTypes()
 {
@@ -28,7 +30,7 @@ void registerTypes()
     if (registered)
         return;
     registered = true;
-    qmlRegisterType<AppRootItem>("QQuickSystemSet", 1, 0, "AppRootItem");
+    registerQmlType<AppRootItem>("AppRootItem");
     BeepButton::registerType();
     BeepSwitch::registerType();
     BrightButton::registerType();

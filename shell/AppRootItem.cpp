@@ -1,7 +1,9 @@
 #include "shell/AppRootItem.h"
 
 #include "shell/ComponentCache.h"
+#include "shell/DocumentPart.h"
 #include "shell/GlobalInfo.h"
+#include "shell/Palette.h"
 #include "systemset/MeyerSingleton.h"
 #include "systemset/SystemSet.h"
 
@@ -24,6 +26,7 @@
 #include <QtQuickTemplates2/private/qquickpopup_p.h>
 
 #include <algorithm>
+#include <memory>
 
 namespace QSP {
 
@@ -43,12 +46,6 @@ const char *const g_buttonsInfo[7][2] = {
 };
 
 std::array<AppRootItem::CardEntry, 9> g_catalogue{};
-
-template<typename T>
-T *part(const QObject *object, const char *name)
-{
-    return object ? qobject_cast<T *>(object->property(name).value<QObject *>()) : nullptr;
-}
 
 QQuickAnchors *anchorsOf(QQuickItem *item)
 {
@@ -92,12 +89,15 @@ AppRootItem::AppRootItem(QQuickItem *parent)
     : QQuickRectangle(parent)
 {
     g_root = this;
-    setColor(QColor(244, 245, 245));
+    setColor(QColor::fromRgba(Palette::Background));
     connect(this, &AppRootItem::currentPageChanged, this, &AppRootItem::changePage);
     connect(this, &QQuickItem::visibleChanged, this, [this] {
         if (isVisible())
             Q_EMIT opened();
     });
+    m_prepareTimer.setSingleShot(true);
+    m_prepareTimer.setInterval(0);
+    connect(&m_prepareTimer, &QTimer::timeout, this, &AppRootItem::prepareNextCard);
 }
 
 AppRootItem::~AppRootItem()
@@ -146,13 +146,13 @@ void AppRootItem::init(QQmlEngine *engine)
     info.setQmlEngine(engine);
     m_engine = engine;
 
-    m_titleBar = part<QQuickItem>(this, "titleBar");
-    m_titleText = part<QQuickText>(this, "titleText");
-    m_menuBar = part<QQuickRectangle>(this, "menuBar");
-    m_cardsParent = part<QQuickItem>(this, "cardsParent");
-    m_cardPool = part<QQuickFlickable>(this, "cardPool");
-    m_settingsText = part<QQuickText>(this, "settingsText");
-    m_bottomContainer = part<QQuickItem>(m_menuBar, "bottomContainer");
+    m_titleBar = documentPart<QQuickItem>(this, "titleBar");
+    m_titleText = documentPart<QQuickText>(this, "titleText");
+    m_menuBar = documentPart<QQuickRectangle>(this, "menuBar");
+    m_cardsParent = documentPart<QQuickItem>(this, "cardsParent");
+    m_cardPool = documentPart<QQuickFlickable>(this, "cardPool");
+    m_settingsText = documentPart<QQuickText>(this, "settingsText");
+    m_bottomContainer = documentPart<QQuickItem>(m_menuBar, "bottomContainer");
 
     if (m_cardPool)
         m_cardPool->setPressDelay(200);
@@ -181,6 +181,56 @@ void AppRootItem::open()
 {
     GlobalInfo::instance().checkExternalLanguageChange();
     setVisible(true);
+    prepareAfterNextFrame();
+}
+
+void AppRootItem::prepareAfterNextFrame()
+{
+    QQuickWindow *shownIn = window();
+    if (!shownIn || m_prepareTimer.isActive())
+        return;
+    // Once the screen is on show, the idle time until the user's first tap compiles the documents of the
+    // cards still to make, so that a page's first showing costs little more than a later one. The cards
+    // themselves are still made when their page is first shown.
+    auto once = std::make_shared<QMetaObject::Connection>();
+    *once = connect(
+        shownIn, &QQuickWindow::frameSwapped, this,
+        [this, once] {
+            disconnect(*once);
+            m_prepareTimer.start();
+        },
+        Qt::QueuedConnection);
+}
+
+void AppRootItem::prepareNextCard()
+{
+    if (!isVisible())
+        return; // resumed by the next opening
+    static constexpr std::array<Cards, 9> order{Card_Network,    Card_NIC,     Card_DNS,
+                                                Card_Language,   Card_Version, Card_Wifi,
+                                                Card_Brightness, Card_Time,    Card_Buzzer};
+    const auto next = std::find_if(order.begin(), order.end(),
+                                   [this](Cards card) { return !m_cards[card] && !m_cardComponents[card]; });
+    if (next == order.end())
+        return;
+    cardComponent(*next);
+    m_prepareTimer.start();
+}
+
+QQmlComponent *AppRootItem::cardComponent(Cards card)
+{
+    QQmlEngine *engine = GlobalInfo::instance().qmlEngine();
+    const CardEntry &entry = g_catalogue[card];
+    if (!engine || !entry.document)
+        return nullptr;
+    if (!m_cardComponents[card]) {
+        if (entry.registerTypes)
+            entry.registerTypes();
+        m_cardComponents[card] = new QQmlComponent(engine, QUrl(QString::fromLatin1(entry.document)), engine);
+        if (entry.prepare)
+            entry.prepare(engine);
+    }
+    return m_cardComponents[card];
 }
 
 QQmlEngine *AppRootItem::engine() const
@@ -297,19 +347,17 @@ void AppRootItem::addCard(Cards card)
 {
     // A card whose document failed is not tried again: one warning, and the page simply lacks it.
     static std::array<bool, 9> failed{};
-    QQmlEngine *engine = GlobalInfo::instance().qmlEngine();
-    const CardEntry &entry = g_catalogue[card];
-    if (m_cards[card] || failed[card] || !engine || !entry.document)
+    if (m_cards[card] || failed[card])
         return;
-    if (entry.registerTypes)
-        entry.registerTypes();
-    QQmlComponent component(engine, QUrl(QString::fromLatin1(entry.document)));
-    if (!component.isReady()) {
-        qWarning("%s", qPrintable(component.errorString()));
+    QQmlComponent *component = cardComponent(card);
+    if (!component)
+        return;
+    if (!component->isReady()) {
+        qWarning("%s", qPrintable(component->errorString()));
         failed[card] = true;
         return;
     }
-    m_cards[card] = addCard(&component);
+    m_cards[card] = addCard(component);
 }
 
 QQuickItem *AppRootItem::addCard(QQmlComponent *component)
@@ -415,7 +463,7 @@ void AppRootItem::addSeparatorLine()
         return;
     auto *line = new QQuickRectangle(m_menuColumn);
     line->setHeight(1);
-    line->setColor(QColor(QStringLiteral("#F4F5F5")));
+    line->setColor(QColor::fromRgba(Palette::Background));
     const qreal margin = menuButtonMargin();
     line->setX(margin);
     line->setWidth((m_menuBar ? m_menuBar->width() : 0) - 2 * margin);
@@ -435,7 +483,7 @@ void AppRootItem::highlightMenuButton(MenuIndex page, bool on)
     if (portraitFill)
         background->setColor(Qt::white);
     else
-        background->setColor(on ? QColor(QStringLiteral("#F2F3F5")) : QColor(Qt::white));
+        background->setColor(on ? QColor::fromRgba(Palette::Highlight) : QColor(Qt::white));
     button->setProperty("imgUrl", QUrl(QString::fromLatin1(g_buttonsInfo[slot][on ? 1 : 0])));
 }
 
@@ -480,7 +528,7 @@ void AppRootItem::layoutMenuWidth()
     const GlobalInfo &info = GlobalInfo::instance();
     const bool portrait = info.isScreenPortrait();
     const bool fill = shouldMenuFill();
-    m_menuBar->setColor(portrait && fill ? QColor(QStringLiteral("#F4F5F5")) : QColor(Qt::white));
+    m_menuBar->setColor(portrait && fill ? QColor::fromRgba(Palette::Background) : QColor(Qt::white));
     const qreal f = portrait ? (fill ? 1.0 : 0.2625) : 0.205078125;
     m_menuBar->setWidth(width() * f);
 }
@@ -489,7 +537,7 @@ void AppRootItem::adjustMenu()
 {
     layoutMenuWidth();
     connect(this, &QQuickItem::widthChanged, this, &AppRootItem::layoutMenuWidth);
-    m_menuColumn = part<QQuickBasePositioner>(m_menuBar, "column");
+    m_menuColumn = documentPart<QQuickBasePositioner>(m_menuBar, "column");
 
     addMenuButton<MI_General>();
     addMenuButton<MI_Network>();

@@ -3,6 +3,7 @@
 #include <QtQuick/private/qquickrectangle_p.h>
 
 #include <QPointer>
+#include <QTimer>
 
 #include <array>
 
@@ -62,6 +63,8 @@ public:
         /// Connects a card just made to the root item and to the cards made before it.
         void (*wire)(AppRootItem *root, QQuickItem *card) = nullptr;
         void (*shown)(QQuickItem *card) = nullptr; ///< runs each time the card's page is shown
+        /// Compiles the documents that the card makes its parts from, ahead of the card's first showing.
+        void (*prepare)(QQmlEngine *engine) = nullptr;
     };
     /// The card catalogue, in the order of Cards; the root item keeps a copy.
     static void setCardCatalogue(const std::array<CardEntry, 9> &catalogue);
@@ -132,6 +135,12 @@ private:
     /// close, and the screen's items give up the focus.
     void endInteraction();
     void addCard(Cards card);
+    /// The compiled document of @p card (compiled on first need, with the documents of its parts).
+    QQmlComponent *cardComponent(Cards card);
+    /// Starts compiling, after the next frame, the documents of the cards not made yet.
+    void prepareAfterNextFrame();
+    /// Compiles the next card's documents; one card a turn of the event loop while the screen is shown.
+    void prepareNextCard();
     void layoutTitleText();
     void layoutMenuWidth();
     qreal menuButtonMargin() const;
@@ -148,6 +157,8 @@ private:
     MenuIndex m_currentPage = MI_None;
     QQuickItem *m_cardsParent = nullptr;
     std::array<QQuickItem *, 9> m_cards{};
+    std::array<QPointer<QQmlComponent>, 9> m_cardComponents{}; ///< owned by the engine
+    QTimer m_prepareTimer;
     bool m_adapterCardsShown = true;
     QMetaObject::Connection m_windowConnection;
     QPointer<QQmlEngine> m_engine;

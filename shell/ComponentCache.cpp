@@ -8,15 +8,10 @@
 
 namespace QSP {
 
-ComponentCache::ComponentCache(const QUrl &url, void (*prepare)())
+ComponentCache::ComponentCache(const QUrl &url, void (*prepare)(), const QString &warningPrefix)
     : m_url(url)
-    , m_prepare(prepare)
-{}
-
-ComponentCache::ComponentCache(const QString &text, const QUrl &url, const QString &warningPrefix)
-    : m_url(url)
-    , m_text(text)
     , m_warningPrefix(warningPrefix)
+    , m_prepare(prepare)
 {}
 
 QQmlComponent *ComponentCache::component(QQmlEngine *engine)
@@ -29,12 +24,7 @@ QQmlComponent *ComponentCache::component(QQmlEngine *engine)
         delete m_component.data();
         m_engine = engine;
         m_warned = false;
-        if (m_text.isEmpty()) {
-            m_component = new QQmlComponent(engine, m_url, engine);
-        } else {
-            m_component = new QQmlComponent(engine, engine);
-            m_component->setData(m_text.toUtf8(), m_url);
-        }
+        m_component = new QQmlComponent(engine, m_url, engine);
     }
     if (!m_component->isReady()) {
         warnOnce(m_warningPrefix + m_component->errorString());
@@ -43,7 +33,8 @@ QQmlComponent *ComponentCache::component(QQmlEngine *engine)
     return m_component;
 }
 
-QQuickItem *ComponentCache::createItem(QQmlEngine *engine, QQuickItem *parent, const QMetaObject &type)
+QQuickItem *ComponentCache::createItem(QQmlEngine *engine, QQuickItem *parent, const QMetaObject &type,
+                                       const std::function<void(QQuickItem *)> &beforeComplete)
 {
     QQmlComponent *compiled = component(engine);
     if (!compiled)
@@ -65,6 +56,8 @@ QQuickItem *ComponentCache::createItem(QQmlEngine *engine, QQuickItem *parent, c
     }
     item->setParent(parent);
     item->setParentItem(parent);
+    if (beforeComplete)
+        beforeComplete(item);
     compiled->completeCreate();
     return item;
 }

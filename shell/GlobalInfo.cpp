@@ -56,6 +56,13 @@ void GlobalInfo::checkExternalLanguageChange()
     Q_EMIT localeChanged();
 }
 
+qreal GlobalInfo::rowUnitFor(const QSize &size)
+{
+    if (size.width() < size.height())
+        return size.width() < 600 ? NarrowRowUnit : 54;
+    return size.width() * 0.053125;
+}
+
 bool GlobalInfo::isNativePortrait() const
 {
     return m_nativeOrientationKnown ? m_nativePortrait : m_screenHeight > m_screenWidth;

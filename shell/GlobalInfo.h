@@ -39,6 +39,14 @@ public:
     /// The screen's physical orientation once measured, else the orientation of the screen size.
     bool isNativePortrait() const;
     void initializeNativeOrientation(QQuickWindow *window);
+    /// The height unit of the cards' rows on a screen of @p size: in portrait 43 pixels below 600 pixels of
+    /// width and 54 from there, in landscape 0.053125 of the width (54.4 on a 1024 pixels wide screen). The
+    /// cards that need whole pixels round it down.
+    static qreal rowUnitFor(const QSize &size);
+    /// The row unit of the settings screen's size.
+    qreal rowUnit() const { return rowUnitFor(screenSize()); }
+    /// The smallest row unit, that of narrow portrait screens.
+    static constexpr qreal NarrowRowUnit = 43;
     /// Below 800 pixels of width the menu fills the screen and pages replace it.
     bool isMenuFill() const { return m_screenWidth < 800; }
 

@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <mutex>
@@ -225,10 +226,25 @@ void SystemSet::Private::followLanguage()
 {
     if (stateFile.empty())
         return;
-    const FileSnapshot now = snapshot();
-    if (now.signature == seen)
+    // A file that was found as seen well after its time stamp, and still has that time stamp and size, has
+    // not been written since: a later write would carry a later stamp. Only then are its bytes not read and
+    // hashed again (a write in the same tick as the one seen is told by its content).
+    timespec clock{};
+    clock_gettime(CLOCK_REALTIME, &clock);
+    const std::int64_t nowNs = std::int64_t(clock.tv_sec) * 1000000000 + clock.tv_nsec;
+    struct stat st
+    {};
+    constexpr std::int64_t settledNs = 2000000000;
+    if (seen.exists && seenCheckedNs - seen.modifiedNs > settledNs && ::stat(stateFile.c_str(), &st) == 0 &&
+        modifiedNs(st) == seen.modifiedNs && qint64(st.st_size) == seen.size)
         return;
+    const FileSnapshot now = snapshot();
+    if (now.signature == seen) {
+        seenCheckedNs = nowNs;
+        return;
+    }
     seen = now.signature;
+    seenCheckedNs = 0;
     if (!now.readable)
         return;
     std::string why;

@@ -48,9 +48,10 @@ struct SystemSet::Private
     std::lock_guard<std::mutex> lock() const { return std::lock_guard<std::mutex>(mutex); }
     PanelState live; ///< what the getters answer
     std::string stateFile;
-    bool fileUnusable = false; ///< the file could not be used at load: never overwrite it
-    FileSignature seen;        ///< the file as last read or written here
-    std::string lastProblem;   ///< the last trouble with the file reported on stderr, reported only once
+    bool fileUnusable = false;      ///< the file could not be used at load: never overwrite it
+    FileSignature seen;             ///< the file as last read or written here
+    std::int64_t seenCheckedNs = 0; ///< wall time at which the file was last found to be as seen
+    std::string lastProblem;        ///< the last trouble with the file reported on stderr, reported only once
 
     std::string logFile;
     std::vector<std::string> log;

@@ -41,7 +41,7 @@ AppRootItem {
             x: _settingsArea.width
             width: parent.width - x
             height: parent.height
-            color: _app.narrowPortrait ? "#FFFFFF" : "#F4F5F5"
+            color: _app.narrowPortrait ? "#FFFFFF" : Palette.background
         }
 
         Text {

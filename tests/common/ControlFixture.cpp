@@ -5,29 +5,14 @@
 #include "QVkbPluginLoader.h"
 
 #include <QProcess>
-#include <QQmlAbstractUrlInterceptor>
 #include <QQmlComponent>
-#include <QTemporaryDir>
+
+#include <algorithm>
 
 namespace {
 
 /// Set in the second run of a test program, the one with a test keyboard.
 const char KeyboardVariable[] = "QSP_TEST_WITH_KEYBOARD";
-
-/// Sends the engine to another file in place of one document.
-class RedirectingInterceptor : public QQmlAbstractUrlInterceptor
-{
-public:
-    RedirectingInterceptor(const QUrl &from, const QUrl &to)
-        : m_from(from)
-        , m_to(to)
-    {}
-    QUrl intercept(const QUrl &url, DataType) override { return url == m_from ? m_to : url; }
-
-private:
-    QUrl m_from;
-    QUrl m_to;
-};
 
 int g_warnings = 0;
 QtMessageHandler g_previousHandler = nullptr;
@@ -36,11 +21,6 @@ void countWarning(QtMsgType type, const QMessageLogContext &context, const QStri
 {
     g_warnings += type == QtWarningMsg && qstrcmp(context.category, "default") == 0;
     g_previousHandler(type, context, message);
-}
-
-QPoint centreOf(QQuickItem *item)
-{
-    return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
 }
 
 } // namespace
@@ -83,44 +63,17 @@ QObject *ControlFixture::create(const QByteArray &qml)
 
 void ControlFixture::click(QQuickItem *item)
 {
-    QTest::mouseClick(item->window(), Qt::LeftButton, Qt::NoModifier, centreOf(item));
+    const QPointF centre(item->width() / 2, item->height() / 2);
+    QTest::mouseClick(item->window(), Qt::LeftButton, Qt::NoModifier, item->mapToScene(centre).toPoint());
 }
 
 bool ControlFixture::clickButton(QQuickItem *button)
 {
-    if (!button || !button->window())
-        return false;
     QSignalSpy clicked(button, SIGNAL(clicked()));
-    if (!clicked.isValid())
+    if (!clicked.isValid() || !button->window())
         return false;
     click(button);
     return clicked.count() == 1;
-}
-
-bool ControlFixture::play(const QString &steps, const std::function<QQuickItem *(const QString &)> &find)
-{
-    for (const QString &step : steps.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
-        const QString argument = step.section(QLatin1Char(':'), 1);
-        if (step.startsWith(QLatin1String("touch:"))) {
-            QQuickItem *item = find(argument);
-            if (!item)
-                return false;
-            click(item);
-            if (item->inherits("QQuickTextInput") && !item->hasActiveFocus())
-                return false;
-        } else if (step.startsWith(QLatin1String("type:"))) {
-            for (const QChar c : argument)
-                QTest::keyClick(&m_window, c.toLatin1());
-        } else {
-            // 0x100000: the on-screen keyboard's hide key, which Qt has no name for.
-            const int key =
-                argument == QLatin1String("Hide") ? 0x100000 : QKeySequence::fromString(argument)[0];
-            if (!key)
-                return false;
-            QTest::sendKeyEvent(QTest::Click, &m_window, Qt::Key(key), QString(), Qt::NoModifier);
-        }
-    }
-    return true;
 }
 
 void ControlFixture::focusElsewhere()
@@ -138,10 +91,8 @@ bool ControlFixture::setBuzzer(bool on)
 
 int ControlFixture::beeps()
 {
-    int count = 0;
-    for (const auto &line : HMI::PanelSimulator::callLog())
-        count += line == "beep 1";
-    return count;
+    const std::vector<std::string> log = HMI::PanelSimulator::callLog();
+    return int(std::count(log.begin(), log.end(), "beep 1"));
 }
 
 void ControlFixture::rerunWithKeyboard()
@@ -162,7 +113,6 @@ void ControlFixture::rerunWithKeyboard()
 bool ControlFixture::checkRootPopup(const std::function<QQuickPopup *()> &make)
 {
     auto *root = new QSP::AppRootItem(m_window.contentItem());
-    root->setSize(m_window.size());
     QSP::GlobalInfo &info = QSP::GlobalInfo::instance();
     const int z = info.rootPopupZ();
     info.setRootPopupZ(4321);
@@ -191,32 +141,4 @@ int ControlFixture::countWarnings(const std::function<void()> &action)
     action();
     qInstallMessageHandler(g_previousHandler);
     return g_warnings;
-}
-
-void ControlFixture::checkBrokenDocument(const QUrl &url, const QString &className,
-                                         const std::function<QObject *(QQmlEngine *)> &create)
-{
-    const QStringList documents{QStringLiteral("import QtQuick 2.15\nItem {\n"),
-                                QStringLiteral("import QtQuick 2.15\nItem {}\n")};
-    const QStringList warnings{
-        url.fileName() + QLatin1Char(':'),
-        QStringLiteral("QSP::%1: %2 did not make a %1").arg(className, url.toString())};
-    for (int i = 0; i < documents.size(); ++i) {
-        QTemporaryDir dir;
-        QFile file(dir.filePath(url.fileName()));
-        QVERIFY(dir.isValid() && file.open(QIODevice::WriteOnly));
-        file.write(documents[i].toUtf8());
-        file.close();
-        RedirectingInterceptor interceptor(url, QUrl::fromLocalFile(file.fileName()));
-        QQmlEngine engine;
-        engine.setUrlInterceptor(&interceptor);
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QRegularExpression::escape(warnings[i])));
-        std::unique_ptr<QObject> first, second;
-        QCOMPARE(countWarnings([&] {
-                     first.reset(create(&engine));
-                     second.reset(create(&engine));
-                 }),
-                 1);
-        QVERIFY(!first && !second);
-    }
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-// What the tests of the controls use besides their controls.
 #include "GlobalInfo.h"
 #include "TestKeyboard.h"
 #include "VkbManager.h"
@@ -16,9 +15,8 @@
 #include <functional>
 #include <memory>
 
-/// What the tests of the touch controls share: one shown, active window for the whole test program, controls
-/// made in it from QML text or by their create() factories, clicks and keys, the buzzer's beeps, and a second
-/// run of the program with a test keyboard (the keyboard manager looks for a keyboard once per process).
+/// What the tests of the touch controls share: one shown, active window, controls made in it, clicks, the
+/// buzzer's beeps, and a second run with a test keyboard (the keyboard manager looks for one once a process).
 class ControlFixture
 {
 public:
@@ -29,8 +27,8 @@ public:
     QQuickWindow *window() { return &m_window; }
     QQmlEngine *engine() { return &m_engine; }
 
-    /// An object made from @p qml (with QtQuick 2.15 and QQuickSystemSet 1.0 imported), owned by the window
-    /// and, when an item, shown in it; null, with the errors as a warning, when it cannot be made.
+    /// An object made from @p qml (QtQuick and QQuickSystemSet imported) in the window; null (warned) on
+    /// errors.
     QObject *create(const QByteArray &qml);
     /// A control made by T::create() in the window.
     template<typename T>
@@ -43,10 +41,6 @@ public:
     static void click(QQuickItem *item);
     /// Clicks the centre of @p button; true when it emitted exactly one clicked().
     static bool clickButton(QQuickItem *button);
-    /// Plays @p steps separated by spaces: "touch:NAME" clicks the item that @p find gives for NAME,
-    /// "type:TEXT" types TEXT, "key:NAME" presses a key named as in QKeySequence ("Hide": the keyboard's hide
-    /// key). False when an item is missing or a touched text field did not take the focus.
-    bool play(const QString &steps, const std::function<QQuickItem *(const QString &)> &find);
     /// Gives the active focus to an empty item of the window, away from every control.
     void focusElsewhere();
 
@@ -57,25 +51,15 @@ public:
 
     /// The test keyboard (200 high) in the run with a keyboard, null in the run without.
     TestKeyboard *keyboard() const { return m_keyboard.get(); }
-    /// With a keyboard, whether it is @p shown; without one, whether none is shown all the same.
-    bool keyboardShown(bool shown) const
-    {
-        return m_keyboard ? m_keyboard->isVisible() == shown : !QSP::VkbManager::instance().isVisible();
-    }
     /// Runs this program again with a test keyboard and fails when that run fails; skips inside that run.
     static void rerunWithKeyboard();
 
     /// Whether a popup made by @p make takes its z from GlobalInfo::rootPopupZ(), closes when the settings
-    /// root item hides, stays closed when the root item shows again, and still opens and closes once it is
-    /// gone.
+    /// root item hides, stays closed when it shows again, and still opens and closes once it is gone.
     bool checkRootPopup(const std::function<QQuickPopup *()> &make);
 
     /// How many warnings of category "default" @p action writes (they still go on to the test log).
     static int countWarnings(const std::function<void()> &action);
-    /// Checks that a document @p url which does not load, or makes no @p className, is reported by one
-    /// warning however often @p create asks for a control, and that no control is made.
-    static void checkBrokenDocument(const QUrl &url, const QString &className,
-                                    const std::function<QObject *(QQmlEngine *)> &create);
 
 private:
     std::unique_ptr<TestKeyboard> m_keyboard;

@@ -1,7 +1,6 @@
 #include "TestKeyboard.h"
 
 #include <QQuickWindow>
-#include <QtQuick/private/qquickrectangle_p.h>
 #include <QtQuickTemplates2/private/qquickpopup_p.h>
 
 TestKeyboard::TestKeyboard(qreal keyboardHeight)
@@ -16,8 +15,6 @@ TestKeyboard::~TestKeyboard()
 void TestKeyboard::init(QQuickWindow *window, int z)
 {
     ++initCalls;
-    initWindow = window;
-    initZ = z;
     delete m_popup;
     m_popup = new QQuickPopup;
     m_popup->setModal(true);
@@ -30,27 +27,16 @@ void TestKeyboard::init(QQuickWindow *window, int z)
         m_popup->setY(window->height() - m_height);
     }
     m_popup->setHeight(m_height);
-    m_keys = new QQuickRectangle;
+    m_keys = new QQuickItem;
     m_keys->setParent(m_popup); // a content item is only parented visually; the popup owns the keys
-    m_keys->setHeight(m_height);
-    m_keys->setWidth(m_popup->width());
-    m_keys->setColor(QColor(QStringLiteral("#333333")));
+    m_keys->setSize(QSizeF(m_popup->width(), m_height));
     m_popup->setContentItem(m_keys);
-}
-
-QQuickItem *TestKeyboard::keyboardItem()
-{
-    return m_keys;
 }
 
 void TestKeyboard::setVisible(bool visible)
 {
-    if (!m_popup)
-        return;
-    if (visible)
-        m_popup->open();
-    else
-        m_popup->close();
+    if (m_popup)
+        visible ? m_popup->open() : m_popup->close();
 }
 
 void TestKeyboard::setPosition(const QPointF &position)

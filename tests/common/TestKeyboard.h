@@ -4,8 +4,6 @@
 
 #include <QObject>
 
-class QQuickRectangle;
-
 /// A keyboard for tests: a modal popup at the bottom of the window holding a keyboard item of a chosen
 /// height. Counts the calls the screen makes.
 class TestKeyboard : public QObject, public VkbInterface
@@ -18,7 +16,7 @@ public:
 
     void init(QQuickWindow *window, int z) override;
     QQuickPopup *popup() override { return m_popup; }
-    QQuickItem *keyboardItem() override;
+    QQuickItem *keyboardItem() override { return m_keys; }
     void setVisible(bool visible) override;
     void setPosition(const QPointF &position) override;
     void setLayoutType(VkbLayoutType type) override { m_layout = type; }
@@ -26,12 +24,10 @@ public:
     bool isVisible() const override;
 
     int initCalls = 0;
-    QQuickWindow *initWindow = nullptr;
-    int initZ = 0;
 
 private:
     qreal m_height = 240;
     QQuickPopup *m_popup = nullptr;
-    QQuickRectangle *m_keys = nullptr;
+    QQuickItem *m_keys = nullptr;
     VkbLayoutType m_layout = VkbLayout_Full;
 };

@@ -45,7 +45,7 @@ CardBrightness {
                 anchors.leftMargin: titleIcon.width / 3
                 text: ""
                 font.pixelSize: _cardBrightRoot.brightnessTitleRowHeight * 0.383
-                color: "#86909C"
+                color: Palette.mutedText
             }
         }
 
@@ -109,14 +109,14 @@ CardBrightness {
                                     width: Math.round(parent.width * (brightNessSlider.value / 32))
                                     height: parent.height
                                     radius: height
-                                    color: "#3482FF"
+                                    color: Palette.accent
                                 }
 
                                 Rectangle {
                                     width: parent.width - actived.width
                                     height: parent.height
                                     radius: height
-                                    color: "#C9CDD4"
+                                    color: Palette.inactive
                                 }
                             }
                         }
@@ -160,7 +160,7 @@ CardBrightness {
                         horizontalAlignment: Text.AlignHCenter
                         verticalAlignment: Text.AlignVCenter
                         font.bold: true
-                        color: "#3482FF"
+                        color: Palette.accent
                         font.pixelSize: _cardBrightRoot.brightnessTitleRowHeight * 0.35
                         text: _cardBrightRoot.brightnessValue.toString()
                     }

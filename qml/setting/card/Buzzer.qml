@@ -43,7 +43,7 @@ CardBuzzer {
                 anchors.leftMargin: titleIcon.width / 3
                 text: ""
                 font.pixelSize: _cardBuzzerRoot.buzzerTitleRowHeight * 0.383
-                color: "#86909C"
+                color: Palette.mutedText
             }
         }
 
@@ -61,7 +61,7 @@ CardBuzzer {
                 anchors.left: parent.left
                 anchors.leftMargin: titleText.font.pixelSize
                 text: ""
-                color: "#1D2129"
+                color: Palette.text
                 font.pixelSize: _cardBuzzerRoot.buzzerTitleRowHeight * 0.35
                 font.weight: Font.Medium
             }

@@ -49,7 +49,7 @@ CardDNS {
                 anchors.left: titleIcon.right
                 anchors.leftMargin: titleIcon.width / 3
                 font.pixelSize: titleRowHeight * 0.383
-                color: "#86909C"
+                color: Palette.mutedText
             }
         }
 
@@ -68,7 +68,7 @@ CardDNS {
                 anchors.leftMargin: titleText.font.pixelSize
                 anchors.verticalCenter: parent.verticalCenter
                 font.pixelSize: titleText.font.pixelSize
-                color: "#1D2129"
+                color: Palette.text
             }
 
             F.IpInput {
@@ -98,7 +98,7 @@ CardDNS {
                 anchors.leftMargin: titleText.font.pixelSize
                 anchors.verticalCenter: parent.verticalCenter
                 font.pixelSize: titleText.font.pixelSize
-                color: "#1D2129"
+                color: Palette.text
             }
 
             F.IpInput {

@@ -45,7 +45,7 @@ CardTime {
                 anchors.leftMargin: titleIcon.width / 3
                 text: ""
                 font.pixelSize: _cardTimeRoot.timeTitleRowHeight * 0.383
-                color: "#86909C"
+                color: Palette.mutedText
             }
         }
 
@@ -71,7 +71,7 @@ CardTime {
                     text: ""
                     font.pixelSize: _cardTimeRoot.timeTitleRowHeight * 0.35
                     font.weight: Font.Medium
-                    color: "#1D2129"
+                    color: Palette.text
                     verticalAlignment: Text.AlignVCenter
                 }
 
@@ -84,7 +84,7 @@ CardTime {
                     text: _cardTimeRoot.currentDateTime
                     font.pixelSize: _cardTimeRoot.timeTitleRowHeight * 0.35
                     font.weight: Font.Medium
-                    color: "#3482FF"
+                    color: Palette.accent
                     horizontalAlignment: Text.AlignRight
                     verticalAlignment: Text.AlignVCenter
 

@@ -63,7 +63,7 @@ CardLanguage {
                                 anchors.fill: parent
                                 anchors.margins: 8
                                 radius: 6
-                                color: "#F2F3F5"
+                                color: Palette.highlight
                                 visible: _button.pressed || _row.current
                             }
                         }

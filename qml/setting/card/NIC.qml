@@ -48,7 +48,7 @@ CardNIC {
                 anchors.left: titleIcon.right
                 anchors.leftMargin: titleIcon.width / 3
                 font.pixelSize: titleRowHeight * 0.383
-                color: "#86909C"
+                color: Palette.mutedText
             }
         }
 
@@ -67,7 +67,7 @@ CardNIC {
                 anchors.leftMargin: titleText.font.pixelSize
                 anchors.verticalCenter: parent.verticalCenter
                 font.pixelSize: titleText.font.pixelSize
-                color: "#1D2129"
+                color: Palette.text
             }
 
             ComboBox {
@@ -97,7 +97,7 @@ CardNIC {
                 anchors.leftMargin: titleText.font.pixelSize
                 anchors.verticalCenter: parent.verticalCenter
                 font.pixelSize: titleText.font.pixelSize
-                color: "#1D2129"
+                color: Palette.text
             }
 
             BeepButton {
@@ -114,7 +114,7 @@ CardNIC {
 
                     anchors.centerIn: parent
                     font.pixelSize: titleText.font.pixelSize
-                    color: "#3269CE"
+                    color: Palette.focus
                 }
             }
         }

@@ -43,7 +43,7 @@ CardNetwork {
                 anchors.left: titleIcon.right
                 anchors.leftMargin: titleIcon.width / 3
                 font.pixelSize: fontPixelSize
-                color: "#86909C"
+                color: Palette.mutedText
             }
         }
 

@@ -48,7 +48,7 @@ CardVersion {
                 id: titleText
                 textFormat: Text.PlainText
                 font.pixelSize: versionTitleRowHeight * 0.383
-                color: "#86909C"
+                color: Palette.mutedText
                 anchors.verticalCenter: titleIcon.verticalCenter
                 anchors.left: titleIcon.right
                 anchors.leftMargin: titleIcon.width / 3
@@ -122,7 +122,7 @@ CardVersion {
                     id: serialNumberLabel
                     textFormat: Text.PlainText
                     font.pixelSize: titleText.font.pixelSize * 0.9
-                    color: "#1D2129"
+                    color: Palette.text
                 }
 
                 Text {
@@ -130,7 +130,7 @@ CardVersion {
                     textFormat: Text.PlainText
                     text: _cardVersionRoot.serialNumber
                     font.pixelSize: titleText.font.pixelSize * 0.9
-                    color: "#1D2129"
+                    color: Palette.text
                     // A long number wraps inside the card instead of running past its edge.
                     width: Math.max(font.pixelSize, contentRow.width - serialNumberRow.x
                                     - serialNumberLabel.width - 2 * serialNumberRow.spacing)

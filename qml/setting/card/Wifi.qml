@@ -27,7 +27,7 @@ CardWifi {
                 textFormat: Text.PlainText
                 text: ""
                 font.pixelSize: fontSize
-                color: "#86909C"
+                color: Palette.mutedText
                 anchors.verticalCenter: parent.verticalCenter
             }
         }
@@ -45,7 +45,7 @@ CardWifi {
             Rectangle {
                 width: parent.width
                 height: 1
-                color: "#E6E7E9"
+                color: Palette.border
                 anchors.verticalCenter: parent.verticalCenter
             }
         }
@@ -59,7 +59,7 @@ CardWifi {
                 textFormat: Text.PlainText
                 text: ""
                 font.pixelSize: fontSize
-                color: "#86909C"
+                color: Palette.mutedText
                 anchors.verticalCenter: parent.verticalCenter
 
                 // Turns beside whichever text holds it: this caption while scanning, the password

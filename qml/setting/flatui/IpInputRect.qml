@@ -1,4 +1,5 @@
 import QtQuick 2.15
+import QQuickSystemSet 1.0
 
 // One number of an IPv4 address inside IpInput.qml: a framed numeric field. It takes fontPixelSize and
 // _ipInputRoot from the IpInput document that holds it.
@@ -13,7 +14,7 @@ Item {
         visible: _input.enabled
         radius: 4
         border.width: 1
-        border.color: _input.activeFocus ? "#3269CE" : "#E2E2E2"
+        border.color: _input.activeFocus ? Palette.focus : Palette.fieldBorder
     }
 
     TextInput {

@@ -15,7 +15,7 @@ CMacInput {
         visible: _input.enabled
         radius: 4
         border.width: 1
-        border.color: _input.activeFocus ? "#3269CE" : "#E2E2E2"
+        border.color: _input.activeFocus ? Palette.focus : Palette.fieldBorder
     }
 
     TextInput {

@@ -5,7 +5,7 @@ BeepButton {
     property alias txt: _text
     property alias fontSize: _text.font.pixelSize
     readonly property color whiteColor: "#FFFFFF"
-    readonly property color blueColor: "#3482FF"
+    readonly property color blueColor: Palette.accent
 
     width: _text.width + 20
 
