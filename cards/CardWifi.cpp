@@ -208,6 +208,7 @@ void CardWifi::itemChange(ItemChange change, const ItemChangeData &value)
 void CardWifi::addResetButton(QQuickItem *row)
 {
     auto *button = new BeepButton(row);
+    button->setObjectName(QStringLiteral("wifiResetButton"));
     const qreal height = qRound(rowHeight() * 0.75);
     button->setHeight(height);
     button->setWidth(qRound(height * 20 / 9));

@@ -175,6 +175,7 @@ WifiList::Row WifiList::makeRow(int index)
 
     // The row at this position always shows the list entry at the same position.
     auto *button = new BeepButton(row);
+    button->setObjectName(QStringLiteral("wifiRow%1").arg(index));
     anchorsOf(button)->setFill(row);
     connect(button, &QQuickAbstractButton::clicked, this, [this, index] { Q_EMIT rowTapped(index); });
     return made;

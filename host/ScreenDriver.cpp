@@ -42,6 +42,19 @@ QQuickItem *findByName(QQuickItem *root, const QString &name)
     return nullptr;
 }
 
+QQuickItem *findTextField(QQuickItem *root)
+{
+    if (!root || !root->isVisible() || !root->isEnabled())
+        return nullptr;
+    if (root->inherits("QQuickTextInput"))
+        return root;
+    for (QQuickItem *child : root->childItems()) {
+        if (QQuickItem *found = findTextField(child))
+            return found;
+    }
+    return nullptr;
+}
+
 void tap(QQuickWindow *window, QQuickItem *item)
 {
     const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));

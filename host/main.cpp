@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QImage>
+#include <QInputMethod>
 #include <QLibrary>
 #include <QPixmap>
 #include <QQmlEngine>
@@ -32,6 +33,7 @@ struct Options
     QString state;
     QString screenshots;
     QString library;
+    bool keyboard = true;
     bool help = false;
 };
 
@@ -43,6 +45,7 @@ Shows the panel's system-settings screen, loaded from its library, on the simula
   --state FILE       the simulated panel's JSON state file
   --screenshots DIR  visit every page, write one PNG each into DIR, then exit (needs no display)
   --library PATH     the settings library (default: libqquicksystemset.so beside or below this program)
+  --no-keyboard      without the on-screen keyboard (by default every text field brings it up)
   --help             this text
 )";
 
@@ -94,6 +97,8 @@ std::string parse(int argc, char **argv, Options &options)
             if (!value(v))
                 return "--library needs a path";
             options.library = QString::fromStdString(v);
+        } else if (arg == "--no-keyboard") {
+            options.keyboard = false;
         } else {
             return "unknown option '" + arg + "' (see --help)";
         }
@@ -112,13 +117,36 @@ QString defaultLibrary()
     return QStringLiteral("libqquicksystemset.so");
 }
 
+const char KeyboardInputMethod[] = "qtvirtualkeyboard";
+
+/// Every text field brings up Qt Virtual Keyboard, which the keyboard plug-in shows, unless the environment
+/// names another input method. It must be chosen before the application is made.
+void chooseInputMethod(const Options &options)
+{
+    const bool keyboardNamed = qgetenv("QT_IM_MODULE") == KeyboardInputMethod;
+    if (!options.keyboard) {
+        if (keyboardNamed)
+            qunsetenv("QT_IM_MODULE");
+        return;
+    }
+    if (qEnvironmentVariableIsEmpty("QT_IM_MODULE"))
+        qputenv("QT_IM_MODULE", KeyboardInputMethod);
+    // Without this, Qt Virtual Keyboard would open a window of its own for a field focused before the
+    // plug-in's input panel exists.
+    if (qgetenv("QT_IM_MODULE") == KeyboardInputMethod &&
+        qEnvironmentVariableIsEmpty("QT_VIRTUALKEYBOARD_DESKTOP_DISABLE"))
+        qputenv("QT_VIRTUALKEYBOARD_DESKTOP_DISABLE", "1");
+}
+
 /// Visits every page and writes one PNG each; returns the process exit code.
-int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &folder, const Options &options)
+int writeScreenshots(QQuickWindow *window, QQuickItem *root, ISystemSet *settings, const QString &folder,
+                     const Options &options)
 {
     if (!QDir().mkpath(folder))
         return fail("cannot create the folder " + folder.toStdString());
     const QString size = QStringLiteral("%1x%2").arg(options.width).arg(options.height);
     int written = 0;
+    int failed = 0;
     const auto shoot = [&](const QString &page, int settleMs = 100) {
         ScreenDriver::settle(settleMs);
         const QString file = QDir(folder).filePath(QStringLiteral("%1-%2.png").arg(size, page));
@@ -126,13 +154,27 @@ int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &fold
         if (image.isNull()) // offscreen, the software renderer's pixels are in the window's backing store
             image = window->screen()->grabWindow(window->winId()).toImage();
         if (image.isNull() || !image.save(file))
-            std::fprintf(stderr, "settings-host: could not write %s\n", qPrintable(file));
+            ++failed, std::fprintf(stderr, "settings-host: could not write %s\n", qPrintable(file));
         else
             ++written, std::printf("%s\n", qPrintable(file));
     };
     const auto press = [&](QQuickItem *item) {
         ScreenDriver::tap(window, item);
         ScreenDriver::settle(50);
+    };
+    // With the keyboard on, a few pictures show it open: a tap on a text field brings it up.
+    const bool keyboard = qgetenv("QT_IM_MODULE") == KeyboardInputMethod;
+    const auto shootKeyboard = [&](QQuickItem *field, const QString &what) {
+        if (!keyboard)
+            return;
+        if (field)
+            press(field);
+        if (!field || !QGuiApplication::inputMethod()->isVisible()) {
+            ++failed;
+            std::fprintf(stderr, "settings-host: the keyboard did not open for the %s\n", qPrintable(what));
+            return;
+        }
+        shoot(QStringLiteral("keyboard-") + what, 300);
     };
     const auto backToMenu = [&] {
         if (QQuickItem *back = ScreenDriver::findByName(root, QStringLiteral("returnButton"));
@@ -152,6 +194,8 @@ int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &fold
         press(button);
         shoot(QString::fromLatin1(page).toLower());
         if (std::strcmp(page, "Network") == 0) {
+            // The selected adapter's first address field.
+            shootKeyboard(ScreenDriver::findTextField(root), QStringLiteral("network"));
             // The Wi-Fi summary row, the way into the Wi-Fi page, belongs to the Wi-Fi adapter.
             if (QQuickItem *adapter = ScreenDriver::findByName(root, QStringLiteral("nicButton4"));
                 adapter && adapter->isVisible())
@@ -160,6 +204,34 @@ int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &fold
                 wifi && wifi->isVisible()) {
                 press(wifi);
                 shoot(QStringLiteral("wifi"), 2000); // after the scan that opening the page starts
+                // The first nearby network that asks for a password, and its password field: the
+                // connected network joins the nearby ones after a reset.
+                QQuickItem *password = nullptr;
+                if (QQuickItem *reset = ScreenDriver::findByName(root, QStringLiteral("wifiResetButton"));
+                    keyboard && reset) {
+                    press(reset);
+                    // The button is off until the reset's scan result is listed.
+                    for (int waited = 0; waited < 20000 && !reset->isEnabled(); waited += 50)
+                        ScreenDriver::settle(50);
+                    ScreenDriver::settle(200);
+                }
+                for (int row = 0; keyboard && !password; ++row) {
+                    QQuickItem *network =
+                        ScreenDriver::findByName(root, QStringLiteral("wifiRow%1").arg(row));
+                    if (!network)
+                        break;
+                    if (!network->isVisible())
+                        continue;
+                    press(network);
+                    password = ScreenDriver::findTextField(window->contentItem());
+                    if (!password) { // no password asked: leave the network's dialog
+                        settings->close();
+                        settings->open();
+                    }
+                }
+                shootKeyboard(password, QStringLiteral("wifi-password"));
+                settings->close(); // puts the dialog and the keyboard away
+                settings->open();
                 if (QQuickItem *back = ScreenDriver::findByName(root, QStringLiteral("wifiReturnButton")))
                     press(back);
             } else {
@@ -169,7 +241,7 @@ int writeScreenshots(QQuickWindow *window, QQuickItem *root, const QString &fold
         }
         backToMenu();
     }
-    return written > 0 ? 0 : 1;
+    return written > 0 && failed == 0 ? 0 : 1;
 }
 
 } // namespace
@@ -201,6 +273,7 @@ int main(int argc, char **argv)
         qputenv("QT_QUICK_BACKEND", "software");
     if (!options.state.isEmpty())
         qputenv("QSP_PANEL_STATE", QFileInfo(options.state).absoluteFilePath().toUtf8());
+    chooseInputMethod(options);
 
     QGuiApplication app(argc, argv);
     QCoreApplication::setApplicationName(options.appName);
@@ -234,7 +307,7 @@ int main(int argc, char **argv)
 
     int code = 0;
     if (!options.screenshots.isEmpty())
-        code = writeScreenshots(&window, root, options.screenshots, options);
+        code = writeScreenshots(&window, root, settings.get(), options.screenshots, options);
     else
         code = app.exec();
 

@@ -29,13 +29,15 @@ host_qt_bins=/usr/lib/qt5/bin
 HOST_PACKAGES=(qemu-user-static mmdebstrap g++-arm-linux-gnueabihf)
 
 # The armhf counterparts of what building and running the tests needs. fonts-wqy-microhei has the Chinese
-# glyphs the screen shows in Chinese.
+# glyphs the screen shows in Chinese; the on-screen keyboard is Qt Virtual Keyboard, whose input panel needs
+# the folder list model too.
 SYSROOT_PACKAGES=(
   libc6-dev libstdc++-12-dev
   qtbase5-dev qtbase5-private-dev qtdeclarative5-dev qtdeclarative5-private-dev
   qtquickcontrols2-5-dev qtquickcontrols2-5-private-dev libqt5svg5-dev
   qml-module-qtquick2 qml-module-qtquick-window2 qml-module-qtquick-controls2
   qml-module-qtquick-templates2 qml-module-qtquick-layouts
+  qtvirtualkeyboard-plugin qml-module-qtquick-virtualkeyboard qml-module-qt-labs-folderlistmodel
   libqrcodegencpp-dev fonts-wqy-microhei
 )
 # Raise when the way the sysroot is made changes, so that an older one is made again.

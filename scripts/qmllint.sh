@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs qmllint (Qt 5's QML syntax verifier) over every QML document under qml/. Prints each finding with its
+# Runs qmllint (Qt 5's QML syntax verifier) over every QML document under qml/ and vkbplugin/ (the keyboard's). Prints each finding with its
 # file and fails when there is any. QMLLINT overrides the program (default: the one in Qt's bin folder).
 # Usage: bash scripts/qmllint.sh
 set -euo pipefail
@@ -19,7 +19,7 @@ if [[ -z "$qmllint" || ! -x "$qmllint" ]]; then
   exit 2
 fi
 
-mapfile -t documents < <(cd "$root" && find qml -name '*.qml' | LC_ALL=C sort)
+mapfile -t documents < <(cd "$root" && find qml vkbplugin -name '*.qml' | LC_ALL=C sort)
 if ((${#documents[@]} == 0)); then
   echo "qmllint: no QML documents under qml/" >&2
   exit 2

@@ -10,6 +10,7 @@ PACKAGES=(
   qtquickcontrols2-5-dev qtquickcontrols2-5-private-dev
   qml-module-qtquick2 qml-module-qtquick-window2 qml-module-qtquick-controls2
   qml-module-qtquick-templates2 qml-module-qtquick-layouts
+  qtvirtualkeyboard-plugin qml-module-qtquick-virtualkeyboard qml-module-qt-labs-folderlistmodel
   libqt5svg5-dev qttools5-dev-tools
   libqrcodegencpp-dev zbar-tools
   xvfb xauth fonts-wqy-microhei

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Static checks: qmllint over every QML document under qml/, then clang-tidy (the checks of .clang-tidy at the
-# repository root) over the project's own C++ sources: plugin/ shell/ controls/ cards/ systemset/ host/
-# vkbloader/ tools/ bench/ soak/ and their headers; not the tests, not generated files. Exits non-zero on any
-# finding, after listing them all.
+# Static checks: qmllint over every QML document under qml/ and vkbplugin/, then clang-tidy (the checks of
+# .clang-tidy at the repository root) over the project's own C++ sources: plugin/ shell/ controls/ cards/
+# systemset/ host/ vkbloader/ vkbplugin/ tools/ bench/ soak/ and their headers; not the tests, not generated
+# files. Exits non-zero on any finding, after listing them all.
 #
 # Usage: bash scripts/static-checks.sh [BUILD_DIR]
 #   BUILD_DIR  a build folder whose compile_commands.json is used (default: build-static, configured here
@@ -13,7 +13,7 @@ set -uo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd -P)
 build=${1:-$root/build-static}
 jobs=${JOBS:-2}
-folders='plugin|shell|controls|cards|systemset|host|vkbloader|tools|bench|soak'
+folders='plugin|shell|controls|cards|systemset|host|vkbloader|vkbplugin|tools|bench|soak'
 status=0
 
 echo "== qmllint"

@@ -17,11 +17,14 @@ enum VkbLayoutType {
 };
 
 /// The on-screen keyboard plug-in, as the loader hands it out.
+///
+/// The order of the virtual operations is the keyboard's binary interface: a screen built against another
+/// loader calls them by their place in the table, so none may be added, removed or moved, and the interface
+/// has no virtual destructor (the keyboard lives as long as the process; nobody deletes it through this
+/// type).
 class VkbInterface
 {
 public:
-    virtual ~VkbInterface() = default;
-
     /// Once, after loading: the window to show in and the z value of the keyboard's popup.
     virtual void init(QQuickWindow *window, int z) = 0;
     /// The popup that carries the keyboard.
@@ -34,4 +37,12 @@ public:
     virtual void setLayoutType(VkbLayoutType type) = 0;
     virtual VkbLayoutType layoutType() const = 0;
     virtual bool isVisible() const = 0;
+
+protected:
+    ~VkbInterface() = default;
 };
+
+/// A keyboard plug-in library exports this function unmangled as "qvkbCreateKeyboard": it makes the
+/// process's keyboard, or returns null when it cannot offer one in this process. The caller keeps the
+/// keyboard for the life of the process.
+using VkbCreateFunction = VkbInterface *(*)();

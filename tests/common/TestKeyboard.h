@@ -12,7 +12,7 @@ class TestKeyboard : public QObject, public VkbInterface
 
 public:
     explicit TestKeyboard(qreal keyboardHeight = 240);
-    ~TestKeyboard() override;
+    ~TestKeyboard();
 
     void init(QQuickWindow *window, int z) override;
     QQuickPopup *popup() override { return m_popup; }
