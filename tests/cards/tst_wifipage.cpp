@@ -146,7 +146,8 @@ private Q_SLOTS:
     {
         QVkbPluginLoader::instance()->setVkb(&m_keyboard);
         QVERIFY(PanelSimulator::loadStateJson(NETWORKS));
-        QVERIFY(m_f.load());
+        const QStringList size = qEnvironmentVariable("TST_SCREEN", "1024x600"_s).split(u'x');
+        QVERIFY(m_f.load(QSize(size.value(0).toInt(), size.value(1).toInt())));
         QVERIFY(m_f.showPage(AppRootItem::MI_Network));
         m_f.root()->setCurrentPage(AppRootItem::MI_Wifi);
         m_card = qobject_cast<CardWifi *>(m_f.card(AppRootItem::Card_Wifi));

@@ -19,12 +19,8 @@ ScreenFixture::~ScreenFixture()
     delete m_root; // as a host does, before the window and the engine in it
 }
 
-bool ScreenFixture::load(QSize size)
+bool ScreenFixture::load(const QSize &size)
 {
-    if (size.isEmpty()) {
-        const QStringList named = qEnvironmentVariable("TST_SCREEN", QStringLiteral("1024x600")).split(u'x');
-        size = QSize(named.value(0).toInt(), named.value(1).toInt());
-    }
     const auto getInstance = reinterpret_cast<PlexaGetInstanceFn>(m_library.resolve("PlexaGetInstance"));
     Plexa::PluginRegistry *registry = getInstance ? getInstance() : nullptr;
     m_settings = registry ? registry->create<ISystemSet>() : nullptr;

@@ -23,9 +23,8 @@ public:
     ScreenFixture();
     ~ScreenFixture(); ///< deletes the screen, so that another can be built
 
-    /// Builds the screen at @p size (empty: the size that TST_SCREEN names as WxH, else 1024x600); false
-    /// (with a warning) when anything on the way fails.
-    bool load(QSize size = QSize());
+    /// Builds the screen; false (with a warning) when anything on the way fails.
+    bool load(const QSize &size = QSize(1024, 600));
 
     QQuickWindow *window() const { return m_window.get(); }
     QSP::AppRootItem *root() const { return m_root; }
