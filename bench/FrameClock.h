@@ -2,8 +2,10 @@
 
 #include <QEventLoop>
 #include <QObject>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QTimer>
+#include <QUrl>
 
 #include <ctime>
 
@@ -53,4 +55,18 @@ inline double cpuMs()
     timespec now{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
     return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
+}
+
+/// Whether an image whose source names @p file is shown under @p root, loaded.
+inline bool imageShown(QQuickItem *root, const QString &file)
+{
+    if (!root || !root->isVisible())
+        return false;
+    if (root->inherits("QQuickImage") && root->property("source").toUrl().toString().endsWith(file))
+        return root->property("status").toInt() == 1; // Image.Ready
+    for (QQuickItem *child : root->childItems()) {
+        if (imageShown(child, file))
+            return true;
+    }
+    return false;
 }

@@ -81,20 +81,6 @@ QQuickItem *findWithProperty(QQuickItem *root, const char *name)
     return nullptr;
 }
 
-/// Whether an image whose source names @p file is shown under @p root, loaded.
-bool imageShown(QQuickItem *root, const QString &file)
-{
-    if (!root || !root->isVisible())
-        return false;
-    if (root->inherits("QQuickImage") && root->property("source").toUrl().toString().endsWith(file))
-        return root->property("status").toInt() == 1; // Image.Ready
-    for (QQuickItem *child : root->childItems()) {
-        if (imageShown(child, file))
-            return true;
-    }
-    return false;
-}
-
 /// The rows of the Wi-Fi card's list that show a network, visible.
 int wifiRowsShown(QQuickItem *card)
 {

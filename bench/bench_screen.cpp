@@ -48,20 +48,6 @@ Figure measure(QQuickWindow *window, Action action)
     return measure(window, action, [] { return false; });
 }
 
-/// Whether an image whose source names @p file is shown under @p root, loaded.
-bool imageShown(QQuickItem *root, const QString &file)
-{
-    if (!root || !root->isVisible())
-        return false;
-    if (root->inherits("QQuickImage") && root->property("source").toUrl().toString().endsWith(file))
-        return root->property("status").toInt() == 1; // Image.Ready
-    for (QQuickItem *child : root->childItems()) {
-        if (imageShown(child, file))
-            return true;
-    }
-    return false;
-}
-
 double median(std::vector<double> values)
 {
     if (values.empty())
