@@ -2,7 +2,6 @@
 #include <QFile>
 #include <QImage>
 #include <QLibrary>
-#include <QTranslator>
 #include <QtTest>
 
 /// The resource bundles that loading the library registers.
@@ -14,7 +13,6 @@ private Q_SLOTS:
     void initTestCase();
     void icons_data();
     void icons();
-    void catalogue();
 };
 
 static QLibrary s_library(QStringLiteral(QSP_PLUGIN_PATH));
@@ -54,15 +52,6 @@ void tst_Resources::icons()
     }
     QVERIFY(opaque > image.width());
     QCOMPARE(qAlpha(image.pixel(0, 0)), 0);
-}
-
-void tst_Resources::catalogue()
-{
-    QTranslator translator;
-    QVERIFY(translator.load(QStringLiteral(":/setting/translations/settings.qm")));
-    QCOMPARE(translator.language(), QStringLiteral("zh_CN"));
-    QCOMPARE(translator.translate("QSP::AppRootItem", "Settings"), QStringLiteral("设置"));
-    QCOMPARE(translator.translate("CardDNS", "DNS 1"), QStringLiteral("DNS 1"));
 }
 
 QTEST_GUILESS_MAIN(tst_Resources)

@@ -5,14 +5,13 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QFileInfo>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtTest>
 
+#include <arpa/inet.h>
 #include <atomic>
 #include <climits>
 #include <cstdio>
@@ -41,11 +40,7 @@ constexpr HMI::IP ip4(unsigned a, unsigned b, unsigned c, unsigned d)
 
 QString ipText(HMI::IP ip)
 {
-    return QStringLiteral("%1.%2.%3.%4")
-        .arg(ip >> 24)
-        .arg((ip >> 16) & 255)
-        .arg((ip >> 8) & 255)
-        .arg(ip & 255);
+    return QString::fromLatin1(inet_ntoa(in_addr{htonl(ip)}));
 }
 
 QByteArray readFile(const QString &path)
@@ -78,27 +73,16 @@ QByteArray captureStderr(F f)
     return readFile(file.fileName());
 }
 
-HMI::SSID ssidOf(const QByteArray &bytes)
+/// @p name as a network name; one of 32 bytes has no terminator, and nothing after them may count.
+HMI::SSID ssidOf(const QByteArray &name)
 {
-    HMI::SSID ssid{};
-    std::copy_n(bytes.constData(), std::min(bytes.size(), 32), ssid.begin());
+    HMI::SSID ssid;
+    ssid.fill('x');
+    std::copy_n(name.constData(), std::min(name.size(), 32), ssid.begin());
+    if (name.size() < 32)
+        ssid[static_cast<size_t>(name.size())] = '\0';
     return ssid;
 }
-
-/// Collects callback results together with the thread they arrived on.
-struct Recorder
-{
-    std::mutex mutex;
-    QList<int> values;
-    QList<bool> onWorker;
-
-    void add(int value)
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        values << value;
-        onWorker << PanelSimulator::isCallbackThread();
-    }
-};
 
 } // namespace
 
@@ -113,19 +97,14 @@ private Q_SLOTS:
 
     void liveAddresses_data();
     void liveAddresses();
-    void callLog();
     void ssidsInTheLog_data();
     void ssidsInTheLog();
-    void callbacksArriveOnWorkerAfterDelay();
+    void callbacksComeLaterOnTheirOwnThread();
     void shutdownWithWorkPending_data();
     void shutdownWithWorkPending();
-    void scanAndReset();
-    void connectOutcomes_data();
-    void connectOutcomes();
-    void persistenceRoundTrip_data();
-    void persistenceRoundTrip();
+    void persistedChanges_data();
+    void persistedChanges();
     void notPersistedStaysInMemory();
-    void outsideEditsSurvivePersistedChanges();
     void permissionsKept_data();
     void permissionsKept();
     void temporariesAtLoad_data();
@@ -141,22 +120,29 @@ private Q_SLOTS:
 
 private:
     QTemporaryDir m_dir;
-    QString m_envLog;
 };
 
 void tst_SystemSet::initTestCase()
 {
     QVERIFY(m_dir.isValid());
-    // The first use reads the environment: a state file and a log file.
+    // The first use reads the environment: a state file, and a log file for the calls that change or start
+    // something (getters are not logged).
     const QString state = m_dir.filePath(QStringLiteral("env-state.json"));
     writeFile(state, R"({"serial": "FROM-ENV", "adapters": {"LAN0": {}}})");
-    m_envLog = m_dir.filePath(QStringLiteral("env.log"));
+    const QString log = m_dir.filePath(QStringLiteral("env.log"));
     qputenv("QSP_PANEL_STATE", state.toUtf8());
-    qputenv("QSP_PANEL_LOG", m_envLog.toUtf8());
+    qputenv("QSP_PANEL_LOG", log.toUtf8());
     QCOMPARE(panel().getSerialNumber(), std::string("FROM-ENV"));
     QCOMPARE(panel().getAllNIC(), int(SystemSet::NIC_LAN0));
-    panel().beep(true);
-    QCOMPARE(readFile(m_envLog), QByteArray("beep 1\n"));
+    const QByteArray err = captureStderr([] {
+        panel().setGateway(SystemSet::NIC_LAN1, ip4(10, 0, 0, 254), false);
+        panel().getIp(SystemSet::NIC_LAN0);
+        panel().isBuzzerOn();
+        panel().getLanguage();
+        panel().reboot();
+    });
+    QCOMPARE(readFile(log), QByteArray("setGateway 2 10.0.0.254 0\nreboot\n"));
+    QVERIFY2(err.contains("reboot"), err); // said on stderr, since nothing restarts
     PanelSimulator::setLogFile(std::string());
 }
 
@@ -176,17 +162,14 @@ void tst_SystemSet::liveAddresses_data()
     QTest::addColumn<QByteArray>("state");
     QTest::addColumn<int>("nic");
     QTest::addColumn<QString>("addresses"); // ip mask gateway
-
+    const QString none = QStringLiteral("0.0.0.0 0.0.0.0 0.0.0.0");
     QTest::newRow("static LAN0") << QByteArray("{}") << 1 << "192.168.1.20 255.255.255.0 192.168.1.1";
     QTest::newRow("DHCP LAN1: the lease") << QByteArray("{}") << 2 << "10.0.0.57 255.0.0.0 10.0.0.1";
     QTest::newRow("connected Wi-Fi") << QByteArray("{}") << 4 << "172.16.4.33 255.255.0.0 172.16.0.1";
-    QTest::newRow("disabled") << QByteArray(R"({"adapters": {"LAN0": {"enabled": false}}})") << 1
-                              << "0.0.0.0 0.0.0.0 0.0.0.0";
-    QTest::newRow("Wi-Fi, no network")
-        << QByteArray(R"({"wifi": {"connected": null}})") << 4 << "0.0.0.0 0.0.0.0 0.0.0.0";
-    QTest::newRow("absent adapter") << QByteArray(R"({"adapters": {"LAN1": {}}})") << 1
-                                    << "0.0.0.0 0.0.0.0 0.0.0.0";
-    QTest::newRow("names no adapter") << QByteArray("{}") << 8 << "0.0.0.0 0.0.0.0 0.0.0.0";
+    QTest::newRow("disabled") << QByteArray(R"({"adapters": {"LAN0": {"enabled": false}}})") << 1 << none;
+    QTest::newRow("Wi-Fi, no network") << QByteArray(R"({"wifi": {"connected": null}})") << 4 << none;
+    QTest::newRow("absent adapter") << QByteArray(R"({"adapters": {"LAN1": {}}})") << 1 << none;
+    QTest::newRow("names no adapter") << QByteArray("{}") << 8 << none;
 }
 
 void tst_SystemSet::liveAddresses()
@@ -201,92 +184,76 @@ void tst_SystemSet::liveAddresses()
           "addresses");
 }
 
-void tst_SystemSet::callLog()
-{
-    // Calls that change or start something are logged, in memory and in the log file; getters are not.
-    const QString logPath = m_dir.filePath(QStringLiteral("calls.log"));
-    QFile::remove(logPath);
-    PanelSimulator::setLogFile(logPath.toStdString());
-    const QByteArray err = captureStderr([] {
-        panel().setGateway(SystemSet::NIC_LAN1, ip4(10, 0, 0, 254), false);
-        panel().getIp(SystemSet::NIC_LAN0);
-        panel().isBuzzerOn();
-        panel().getLanguage();
-        panel().reboot();
-    });
-    PanelSimulator::setLogFile(std::string());
-    QCOMPARE(PanelSimulator::callLog(), (std::vector<std::string>{"setGateway 2 10.0.0.254 0", "reboot"}));
-    QCOMPARE(readFile(logPath), QByteArray("setGateway 2 10.0.0.254 0\nreboot\n"));
-    QVERIFY2(err.contains("reboot"), err); // said on stderr, since nothing restarts
-}
-
 void tst_SystemSet::ssidsInTheLog_data()
 {
+    // A name is logged in quotes as it is when it is printable UTF-8 without quotes and backslashes, else as
+    // its bytes in hex: no name can end the quotes early or write a line of its own.
     QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<QByteArray>("logged");
-
-    QTest::newRow("plain") << QByteArray("Office") << QByteArray("\"Office\"");
-    QTest::newRow("UTF-8 text") << QByteArray("\xe5\xb7\xa5\xe5\x8e\x82 A")
-                                << QByteArray("\"\xe5\xb7\xa5\xe5\x8e\x82 A\"");
-    QTest::newRow("empty") << QByteArray() << QByteArray("\"\"");
-    QTest::newRow("32 bytes, no terminator") << QByteArray(40, 'x') << "\"" + QByteArray(32, 'x') + "\"";
-    QTest::newRow("GB2312") << QByteArray::fromHex("c4e3bac3") << QByteArray("\"hex:c4e3bac3\"");
-    QTest::newRow("UTF-8 cut short") << QByteArray("\xe5\xb7") << QByteArray("\"hex:e5b7\"");
+    QTest::addColumn<QByteArray>("hex"); // empty: the name as it is
+    QTest::newRow("plain") << QByteArray("Office") << QByteArray();
+    QTest::newRow("UTF-8 text") << QByteArray("\xe5\xb7\xa5\xe5\x8e\x82 A") << QByteArray();
+    QTest::newRow("32 bytes, no terminator") << QByteArray(32, 'x') << QByteArray();
+    QTest::newRow("GB2312") << QByteArray::fromHex("c4e3bac3") << QByteArray("c4e3bac3");
     QTest::newRow("forged line") << QByteArray("a\" pw=0\nreboot")
-                                 << QByteArray("\"hex:61222070773d300a7265626f6f74\"");
-    QTest::newRow("quote") << QByteArray("a\"b") << QByteArray("\"hex:612262\"");
-    QTest::newRow("backslash") << QByteArray("a\\b") << QByteArray("\"hex:615c62\"");
-    QTest::newRow("carriage return") << QByteArray("a\rb") << QByteArray("\"hex:610d62\"");
-    QTest::newRow("tab") << QByteArray("a\tb") << QByteArray("\"hex:610962\"");
-    QTest::newRow("DEL") << QByteArray("a\x7f") << QByteArray("\"hex:617f\"");
-    QTest::newRow("C1 next line") << QByteArray("a\xc2\x85") << QByteArray("\"hex:61c285\"");
-    QTest::newRow("line separator") << QByteArray("a\xe2\x80\xa8") << QByteArray("\"hex:61e280a8\"");
-    QTest::newRow("paragraph separator") << QByteArray("\xe2\x80\xa9") << QByteArray("\"hex:e280a9\"");
+                                 << QByteArray("61222070773d300a7265626f6f74");
+    QTest::newRow("quote") << QByteArray("a\"b") << QByteArray("612262");
+    QTest::newRow("backslash") << QByteArray("a\\b") << QByteArray("615c62");
+    QTest::newRow("DEL") << QByteArray("a\x7f") << QByteArray("617f");
+    QTest::newRow("C1 next line") << QByteArray("a\xc2\x85") << QByteArray("61c285");
+    QTest::newRow("line separator") << QByteArray("a\xe2\x80\xa8") << QByteArray("61e280a8");
+    QTest::newRow("paragraph separator") << QByteArray("\xe2\x80\xa9") << QByteArray("e280a9");
 }
 
 void tst_SystemSet::ssidsInTheLog()
 {
     QFETCH(QByteArray, name);
-    QFETCH(QByteArray, logged);
-    HMI::SSID ssid{};
-    std::fill(ssid.begin(), ssid.end(), 'x'); // a name of 32 bytes has no terminator
-    std::copy_n(name.constData(), std::min(name.size(), 32), ssid.begin());
-    if (name.size() < 32)
-        ssid[static_cast<size_t>(name.size())] = '\0';
+    QFETCH(QByteArray, hex);
     QVERIFY(PanelSimulator::loadStateJson(R"({"delaysMs": {"connect": 0}})"));
-    panel().connectWifi(ssid, "pw", nullptr);
+    panel().connectWifi(ssidOf(name), "pw", nullptr);
+    const QByteArray logged = hex.isEmpty() ? name : "hex:" + hex;
     QCOMPARE(PanelSimulator::callLog(),
-             std::vector<std::string>{"connectWifi " + logged.toStdString() + " pw=2"});
+             std::vector<std::string>{"connectWifi \"" + logged.toStdString() + "\" pw=2"});
 }
 
-void tst_SystemSet::callbacksArriveOnWorkerAfterDelay()
+void tst_SystemSet::callbacksComeLaterOnTheirOwnThread()
 {
-    QVERIFY(PanelSimulator::loadStateJson(
-        R"({"dhcpState": 0, "ping": false, "delaysMs": {"dhcp": 200, "ping": 100}})"));
-    Recorder dhcp;
-    Recorder ping;
+    // Each answer comes after its own delay, on the simulator's thread; the DHCP mode switches at once.
+    QVERIFY(PanelSimulator::loadStateJson(R"({"dhcpState": 0, "ping": false, "wifi": {"scan": "null"},
+        "delaysMs": {"ping": 40, "scan": 80, "connect": 120, "dhcp": 160, "reset": 40}})"));
+    std::mutex mutex;
+    QStringList seen;
+    const auto add = [&](const QString &what) {
+        std::lock_guard<std::mutex> lock(mutex);
+        seen << what + QLatin1String(PanelSimulator::isCallbackThread() ? "" : " on the caller's thread");
+    };
+    const auto scanned = [&add](const char *what) {
+        return [&add, what](std::unique_ptr<std::vector<SystemSet::SsidInfo>> list) {
+            add(QLatin1String(what) + QLatin1String(list ? " list" : " null"));
+        };
+    };
+    SystemSet &p = panel();
     QElapsedTimer timer;
     timer.start();
-    std::atomic<qint64> dhcpAt{-1};
-    panel().setDHCP(
-        SystemSet::NIC_LAN0, true,
-        [&](SystemSet::DHCP_STATE s) {
-            dhcpAt = timer.elapsed();
-            dhcp.add(s);
-        },
+    p.setDHCP(
+        SystemSet::NIC_LAN0, true, [&](SystemSet::DHCP_STATE s) { add(QStringLiteral("dhcp %1").arg(s)); },
         true);
-    panel().pingTest(SystemSet::NIC_LAN0, [&](bool ok) { ping.add(ok); });
-    // The mode switches at once; the callbacks come later.
-    QVERIFY(panel().isDhcpOn(SystemSet::NIC_LAN0));
-    QVERIFY(dhcp.values.isEmpty());
-    QCOMPARE(PanelSimulator::pendingCallbacks(), 2);
+    p.pingTest(SystemSet::NIC_LAN0, [&](bool ok) { add(QStringLiteral("ping %1").arg(ok)); });
+    p.scanWifi(scanned("scan"));
+    QVERIFY(p.isDhcpOn(SystemSet::NIC_LAN0));
+    QCOMPARE(PanelSimulator::pendingCallbacks(), 3);
+    p.connectWifi(ssidOf("Office"), "welcome2",
+                  [&](SystemSet::StateWifi s) { add(QStringLiteral("connect %1").arg(s)); });
     QVERIFY(PanelSimulator::waitForIdle(5000));
-    QCOMPARE(dhcp.values, QList<int>{0});
-    QCOMPARE(dhcp.onWorker, QList<bool>{true});
-    QVERIFY2(dhcpAt >= 200, QByteArray::number(qint64(dhcpAt)));
-    QCOMPARE(ping.values, QList<int>{0});
-    QCOMPARE(ping.onWorker, QList<bool>{true});
-    QVERIFY(!PanelSimulator::isCallbackThread());
+    QVERIFY2(timer.elapsed() >= 160, QByteArray::number(timer.elapsed()));
+    QCOMPARE(seen.join(QLatin1Char(',')), QStringLiteral("connect 1,ping 0,scan null,connect 4,dhcp 0"));
+    QVERIFY(p.isWifiConnected()); // a failed attempt leaves the connection as it was
+
+    // A reset disconnects at once and then reports a scan.
+    seen.clear();
+    p.resetWifi(scanned("reset"));
+    QVERIFY(!p.isWifiConnected());
+    QVERIFY(PanelSimulator::waitForIdle(5000));
+    QCOMPARE(seen, QStringList{QStringLiteral("reset null")});
 }
 
 void tst_SystemSet::shutdownWithWorkPending_data()
@@ -303,9 +270,8 @@ void tst_SystemSet::shutdownWithWorkPending()
 {
     QFETCH(int, delayMs);
     const QString path = m_dir.filePath(QStringLiteral("shutdown.json"));
-    const QByteArray d = QByteArray::number(delayMs);
-    writeFile(path, R"({"delaysMs": {"dhcp": )" + d + R"(, "ping": )" + d + R"(, "scan": )" + d +
-                        R"(, "reset": )" + d + R"(, "connect": )" + d + "}}");
+    writeFile(path, QByteArray(R"({"delaysMs": {"dhcp": D, "ping": D, "scan": D, "reset": D, "connect": D}})")
+                        .replace("D", QByteArray::number(delayMs)));
     qputenv("QSP_PANEL_STATE", path.toUtf8());
     qputenv("QSP_PANEL_LOG", QByteArray());
     // A host that exits with a ping, a scan, a DHCP request and a connection under way.
@@ -329,80 +295,7 @@ void tst_SystemSet::shutdownWithWorkPending()
         QVERIFY(*calls <= maxCalls);
 }
 
-void tst_SystemSet::scanAndReset()
-{
-    QVERIFY(PanelSimulator::loadStateJson(R"({"delaysMs": {"scan": 10, "reset": 10}, "wifi": {"networks": [
-        {"ssid": "A", "strength": 90, "secured": true, "password": "pa"},
-        {"ssidHex": "c4e3bac3", "strength": 100},
-        {"ssid": "A", "strength": 5, "secured": false}]}})"));
-    QStringList seen; // name in hex, password, strength, secured; "worker" when on the callback thread
-    const auto record = [&seen](std::unique_ptr<std::vector<SystemSet::SsidInfo>> list) {
-        seen << QLatin1String(PanelSimulator::isCallbackThread() ? "worker" : "GUI");
-        for (const auto &info : list ? *list : std::vector<SystemSet::SsidInfo>())
-            seen << QStringLiteral("%1 %2 %3 %4")
-                        .arg(QString::fromLatin1(QByteArray(info.ssid.data()).toHex()),
-                             QString::fromStdString(info.password))
-                        .arg(info.signal)
-                        .arg(info.encrypted);
-    };
-    panel().scanWifi(record);
-    QVERIFY(PanelSimulator::waitForIdle(5000));
-    QCOMPARE(seen.join(QLatin1Char(',')), QStringLiteral("worker,41 pa 90 1,c4e3bac3  100 0,41  5 0"));
-
-    // A reset disconnects at once and then reports a scan; "null" scans report no list.
-    QVERIFY(PanelSimulator::loadStateJson(R"({"wifi": {"scan": "null"}, "delaysMs": {"reset": 10}})"));
-    seen.clear();
-    panel().resetWifi(record);
-    QVERIFY(!panel().isWifiConnected());
-    QCOMPARE(panel().currentWifiSsid()[0], '\0');
-    QCOMPARE(panel().getIp(SystemSet::NIC_WIFI), HMI::IP(0));
-    QVERIFY(PanelSimulator::waitForIdle(5000));
-    QCOMPARE(seen, QStringList{QStringLiteral("worker")});
-}
-
-void tst_SystemSet::connectOutcomes_data()
-{
-    QTest::addColumn<QByteArray>("ssid");
-    QTest::addColumn<QByteArray>("password");
-    QTest::addColumn<int>("outcome");
-    QTest::addColumn<QByteArray>("connectedAfter");
-
-    QTest::newRow("right password") << QByteArray("Office") << QByteArray("welcome1") << 2
-                                    << QByteArray("Office");
-    QTest::newRow("wrong password") << QByteArray("Office") << QByteArray("welcome2") << 4
-                                    << QByteArray("Plant-Floor");
-    QTest::newRow("open network ignores the password")
-        << QByteArray("Guest") << QByteArray("x") << 2 << QByteArray("Guest");
-    QTest::newRow("unknown network") << QByteArray("Nowhere") << QByteArray("") << 0
-                                     << QByteArray("Plant-Floor");
-    QTest::newRow("forced time-out") << QByteArray("Slow") << QByteArray("") << 3
-                                     << QByteArray("Plant-Floor");
-    QTest::newRow("GB2312 name") << QByteArray::fromHex("c4e3bac3") << QByteArray("k") << 2
-                                 << QByteArray::fromHex("c4e3bac3");
-}
-
-void tst_SystemSet::connectOutcomes()
-{
-    QFETCH(QByteArray, ssid);
-    QFETCH(QByteArray, password);
-    QVERIFY(PanelSimulator::loadStateJson(R"({"delaysMs": {"connect": 50}, "wifi": {"networks": [
-        {"ssid": "Plant-Floor", "strength": 82, "secured": true, "secret": "line-4-floor"},
-        {"ssid": "Office", "strength": 55, "secured": true, "password": "welcome1", "secret": "welcome1"},
-        {"ssid": "Guest", "strength": 30, "secured": false},
-        {"ssid": "Slow", "strength": 10, "secured": false, "result": 3},
-        {"ssidHex": "c4e3bac3", "strength": 40, "secured": true, "secret": "k"}]}})"));
-    Recorder states;
-    panel().connectWifi(ssidOf(ssid), password.toStdString(), [&](SystemSet::StateWifi s) { states.add(s); });
-    QVERIFY(PanelSimulator::waitForIdle(5000));
-    QFETCH(int, outcome);
-    QCOMPARE(states.values, (QList<int>{1, outcome}));
-    QCOMPARE(states.onWorker, (QList<bool>{true, true}));
-    QTEST(QByteArray(panel().currentWifiSsid().data()), "connectedAfter");
-    if (outcome == 2)
-        QCOMPARE(panel().getIp(SystemSet::NIC_WIFI), ip4(172, 16, 4, 33));
-}
-
-void tst_SystemSet::persistenceRoundTrip_data()
+void tst_SystemSet::persistedChanges_data()
 {
     QTest::addColumn<QString>("adapter");
     QTest::addColumn<int>("nic");
@@ -412,46 +305,63 @@ void tst_SystemSet::persistenceRoundTrip_data()
     QTest::newRow("Wi-Fi") << "WIFI" << 4 << false;
 }
 
-void tst_SystemSet::persistenceRoundTrip()
+void tst_SystemSet::persistedChanges()
 {
     QFETCH(QString, adapter);
     QFETCH(int, nic);
     QFETCH(bool, dhcp);
     const auto n = static_cast<SystemSet::NIC>(nic);
-    const QString path = m_dir.filePath(QStringLiteral("roundtrip.json"));
-    writeFile(path,
-              QStringLiteral(R"({"serial": "KEEP-ME", "extra": [1, 2], "adapters": {"%1": {"dhcp": %2}, )"
-                             R"("VPN": {}}})")
-                  .arg(adapter, QLatin1String(dhcp ? "false" : "true"))
-                  .toUtf8());
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("state.json"));
+    writeFile(path, QStringLiteral(R"({"serial": "KEEP-ME", "adapters": {"%1": {"dhcp": %2}, "VPN": {}}})")
+                        .arg(adapter, QLatin1String(dhcp ? "false" : "true"))
+                        .toUtf8());
     QVERIFY(PanelSimulator::loadStateFile(path.toStdString()));
     SystemSet &p = panel();
-    p.setDHCP(n, dhcp, nullptr, true);
-    p.setIp(n, ip4(192, 168, 7, 9), true);
-    p.setSubnetMask(n, ip4(255, 255, 0, 0), true);
-    p.setGateway(n, ip4(192, 168, 0, 1), true);
-    p.setDns(n, {ip4(1, 1, 1, 1), ip4(9, 9, 9, 9)});
-    p.enableNIC(SystemSet::NIC_VPN, true, true);
-    p.setBright(33, true); // kept as the nearest level
-    const auto absent = static_cast<SystemSet::NIC>(nic == 1 ? 2 : 1);
-    p.setIp(absent, ip4(10, 0, 0, 9), true); // this panel has no such adapter to keep it for
-    QVERIFY(PanelSimulator::waitForIdle(5000));
-    QCOMPARE(QDir(m_dir.path()).entryList({QStringLiteral("*roundtrip*")}, QDir::Files | QDir::Hidden),
-             QStringList{QStringLiteral("roundtrip.json")}); // no temporary file left behind
+    const auto absent = static_cast<SystemSet::NIC>(nic == 1 ? 2 : 1); // nothing to keep for it here
+    const std::vector<std::function<void()>> changes = {
+        [&] { p.setDHCP(n, dhcp, nullptr, true); },
+        [&] { p.setIp(n, ip4(192, 168, 7, 9), true); },
+        [&] { p.setSubnetMask(n, ip4(255, 255, 0, 0), true); },
+        [&] { p.setGateway(n, ip4(192, 168, 0, 1), true); },
+        [&] {
+            p.setDns(n, {ip4(1, 1, 1, 1), ip4(9, 9, 9, 9)});
+        },
+        [&] { p.enableNIC(SystemSet::NIC_VPN, true, true); },
+        [&] { p.setBright(33, true); }, // kept as the nearest level
+        [&] { p.setIp(absent, ip4(10, 0, 0, 9), true); },
+    };
+    // Before each change another program edits the file: a key of its own, one in the adapter's object and
+    // the language. The change writes its own key into the file as it is then, and takes that language.
+    for (int step = 0; step < int(changes.size()); ++step) {
+        QJsonObject doc = QJsonDocument::fromJson(readFile(path)).object();
+        QJsonObject adapters = doc.value(QStringLiteral("adapters")).toObject();
+        QJsonObject own = adapters.value(adapter).toObject();
+        own.insert(QStringLiteral("vendor%1").arg(step), step);
+        adapters.insert(adapter, own);
+        doc.insert(QStringLiteral("adapters"), adapters);
+        doc.insert(QStringLiteral("x%1").arg(step), step);
+        doc.insert(QStringLiteral("language"), step % 2);
+        writeFile(path, QJsonDocument(doc).toJson());
+        changes[size_t(step)]();
+        QCOMPARE(int(p.getLanguage()), step % 2);
+    }
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden),
+             QStringList{QStringLiteral("state.json")});
     const QJsonObject doc = QJsonDocument::fromJson(readFile(path)).object();
-    QCOMPARE(doc.value(QStringLiteral("extra")).toArray().size(), 2);
-    QCOMPARE(
-        doc[QStringLiteral("adapters")][adapter][QStringLiteral("static")][QStringLiteral("ip")].toString(),
-        QStringLiteral("192.168.7.9"));
+    for (int step = 0; step < int(changes.size()); ++step) {
+        QCOMPARE(doc.value(QStringLiteral("x%1").arg(step)).toInt(-1), step);
+        QCOMPARE(doc[QStringLiteral("adapters")][adapter][QStringLiteral("vendor%1").arg(step)].toInt(-1),
+                 step);
+    }
 
-    // A fresh load reads back every persisted value, and what the simulator does not write stays.
+    // A fresh load reads back every persisted value.
     QVERIFY(PanelSimulator::loadStateFile(path.toStdString()));
     QCOMPARE(p.getAllNIC(), nic | SystemSet::NIC_VPN);
     QCOMPARE(p.isDhcpOn(n), dhcp);
     QCOMPARE(p.getIpFromEE(n), ip4(192, 168, 7, 9));
     QCOMPARE(p.getSubnetMaskFromEE(n), ip4(255, 255, 0, 0));
     QCOMPARE(p.getGatewayFromEE(n), ip4(192, 168, 0, 1));
-    QCOMPARE(p.getIp(n) == ip4(192, 168, 7, 9), !dhcp); // the static address is in use without DHCP
     QCOMPARE(p.getDns(n), std::make_pair(ip4(1, 1, 1, 1), ip4(9, 9, 9, 9)));
     QVERIFY(p.isNicEnabled(SystemSet::NIC_VPN));
     QCOMPARE(p.bright(), 32);
@@ -461,7 +371,6 @@ void tst_SystemSet::persistenceRoundTrip()
 void tst_SystemSet::notPersistedStaysInMemory()
 {
     const QString path = m_dir.filePath(QStringLiteral("memory.json"));
-    QFile::remove(path);
     QVERIFY(PanelSimulator::loadStateFile(path.toStdString())); // a missing file means the defaults
     SystemSet &p = panel();
     p.setBright(5, false);
@@ -475,83 +384,7 @@ void tst_SystemSet::notPersistedStaysInMemory()
     QVERIFY(PanelSimulator::loadStateFile(path.toStdString()));
     QCOMPARE(p.getIpFromEE(SystemSet::NIC_LAN1), ip4(10, 0, 0, 99));
     QCOMPARE(p.bright(), 20); // the level applied without keeping it was not stored
-    QVERIFY(p.isBuzzerOn());
-    QCOMPARE(p.getDefaultNIC(), SystemSet::NIC_LAN0);
     QCOMPARE(p.getAllNIC(), 1 | 2 | 4 | 16 | 64);
-}
-
-void tst_SystemSet::outsideEditsSurvivePersistedChanges()
-{
-    // Before each persisted change of the screen another program edits the file: keys of its own (also inside
-    // an adapter), the language and the level. The change writes its own key only, over the file as it is
-    // then, and takes the other program's language.
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("merge.json"));
-    writeFile(path, R"({"serial": "OUTSIDE", "adapters": {"LAN0": {}, "LAN1": {}, "WIFI": {}}})");
-    QVERIFY(PanelSimulator::loadStateFile(path.toStdString()));
-    const QStringList adapters = {QStringLiteral("LAN0"), QStringLiteral("LAN1"), QStringLiteral("WIFI")};
-    // Each change with the key it writes (under the adapter's when it starts with a slash) and its value
-    // there.
-    using Change = std::function<QJsonValue(SystemSet &, SystemSet::NIC, HMI::IP)>;
-    const std::vector<std::pair<const char *, Change>> changes = {
-        {"/static/ip",
-         [](SystemSet &p, SystemSet::NIC n, HMI::IP v) { return p.setIp(n, v, true), ipText(v); }},
-        {"/static/mask",
-         [](SystemSet &p, SystemSet::NIC n, HMI::IP v) { return p.setSubnetMask(n, v, true), ipText(v); }},
-        {"/static/gateway",
-         [](SystemSet &p, SystemSet::NIC n, HMI::IP v) { return p.setGateway(n, v, true), ipText(v); }},
-        {"/dns",
-         [](SystemSet &p, SystemSet::NIC n, HMI::IP v) {
-             return p.setDns(n, {v, ~v}), QJsonArray{ipText(v), ipText(~v)};
-         }},
-        {"/enabled",
-         [](SystemSet &p, SystemSet::NIC n, HMI::IP v) { return p.enableNIC(n, v & 1, true), bool(v & 1); }},
-        {"/dhcp", [](SystemSet &p, SystemSet::NIC n,
-                     HMI::IP v) { return p.setDHCP(n, v & 1, nullptr, true), bool(v & 1); }},
-        {"brightness", [](SystemSet &p, SystemSet::NIC,
-                          HMI::IP v) { return p.setBright(int(v % 32) + 1, true), int(v % 32) + 1; }},
-    };
-    QMap<QString, QJsonValue> expected{{QStringLiteral("serial"), QStringLiteral("OUTSIDE")}};
-    const auto valueAt = [](const QJsonObject &doc, const QString &key) {
-        QJsonValue v = doc;
-        for (const QString &part : key.split(QLatin1Char('/')))
-            v = v.toObject().value(part);
-        return v;
-    };
-    int step = 0;
-    const QByteArray err = captureStderr([&] {
-        for (const auto &[key, change] : changes) {
-            for (int a = 0; a < 3; ++a, ++step) {
-                QJsonObject doc = QJsonDocument::fromJson(readFile(path)).object();
-                QJsonObject all = doc.value(QStringLiteral("adapters")).toObject();
-                QJsonObject own = all.value(adapters[a]).toObject();
-                own.insert(QStringLiteral("vendor"), step);
-                all.insert(adapters[a], own);
-                doc.insert(QStringLiteral("adapters"), all);
-                const QJsonObject outside{{QStringLiteral("x%1").arg(step % 4), step},
-                                          {QStringLiteral("language"), step % 2},
-                                          {QStringLiteral("brightness"), 1 + step}};
-                for (auto it = outside.begin(); it != outside.end(); ++it)
-                    doc.insert(it.key(), expected[it.key()] = it.value());
-                expected[QStringLiteral("adapters/%1/vendor").arg(adapters[a])] = step;
-                writeFile(path, QJsonDocument(doc).toJson(step % 2 ? QJsonDocument::Indented
-                                                                   : QJsonDocument::Compact));
-
-                const QString at = key[0] == '/'
-                                       ? QStringLiteral("adapters/") + adapters[a] + QLatin1String(key)
-                                       : QString::fromLatin1(key);
-                expected[at] = change(panel(), static_cast<SystemSet::NIC>(1 << a), ip4(10, 0, step, 1 + a));
-                const QJsonObject now = QJsonDocument::fromJson(readFile(path)).object();
-                for (auto it = expected.cbegin(); it != expected.cend(); ++it)
-                    QVERIFY2(valueAt(now, it.key()) == it.value(),
-                             qPrintable(at + QLatin1String(": ") + it.key()));
-                QCOMPARE(int(panel().getLanguage()), step % 2);
-            }
-        }
-    });
-    QVERIFY2(err.isEmpty(), err);
-    QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden),
-             QStringList{QStringLiteral("merge.json")});
 }
 
 void tst_SystemSet::permissionsKept_data()
@@ -559,7 +392,6 @@ void tst_SystemSet::permissionsKept_data()
     QTest::addColumn<int>("mode");
     QTest::newRow("read-only") << 0444;
     QTest::newRow("owner and group") << 0640;
-    QTest::newRow("owner only") << 0600;
 }
 
 void tst_SystemSet::permissionsKept()
@@ -624,7 +456,6 @@ void tst_SystemSet::badStateFiles_data()
     QTest::newRow("array") << QByteArray("[1, 2]") << QByteArray("not an object") << false;
     QTest::newRow("truncated after start")
         << QByteArray(R"({"brightness": 3, )") << QByteArray("at offset") << true;
-    QTest::newRow("array after start") << QByteArray("[1, 2]") << QByteArray("not an object") << true;
 }
 
 void tst_SystemSet::badStateFiles()
@@ -643,7 +474,6 @@ void tst_SystemSet::badStateFiles()
         QVERIFY2(err.contains(path.toUtf8()) && err.contains(message), err);
         QCOMPARE(err.count('\n'), 1);
         QCOMPARE(panel().bright(), 20);
-        QCOMPARE(panel().getAllNIC(), 1 | 2 | 4 | 16 | 64);
     }
 
     // Persisted changes neither overwrite the file nor get lost; the file is reported once.
@@ -679,14 +509,11 @@ void tst_SystemSet::wrongTypesKeepTheirDefaults()
     SystemSet &p = panel();
     QCOMPARE(p.bright(), 20);
     QVERIFY(!p.isBuzzerOn()); // the well-typed keys are read
-    QCOMPARE(p.getSerialNumber(), std::string("HMI7-2026-000123"));
     QVERIFY(p.isNicEnabled(SystemSet::NIC_LAN0));
     QCOMPARE(p.getMac(SystemSet::NIC_LAN0), (HMI::MAC{0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E}));
     QCOMPARE(p.getIpFromEE(SystemSet::NIC_LAN0), ip4(192, 168, 1, 20));
     QCOMPARE(p.getSubnetMaskFromEE(SystemSet::NIC_LAN0), ip4(255, 255, 0, 0));
     QCOMPARE(p.getAllNIC(), int(SystemSet::NIC_LAN0 | SystemSet::NIC_WIFI));
-    QCOMPARE(p.getDefaultNIC(), SystemSet::NIC_LAN0);
-    QCOMPARE(p.get4GSignal(SystemSet::NIC_4G), 0); // no modem on this panel
 
     // Each pair of a MAC address is two hex digits: no sign, no padding.
     for (const char *mac : {" 0:1A:2B:3C:4D:5E", "+0:1A:2B:3C:4D:5E", "0x:1A:2B:3C:4D:5E"}) {
@@ -706,20 +533,12 @@ void tst_SystemSet::outOfRangeValues_data()
 
     const Get bright = [](SystemSet &p) { return p.bright(); };
     const Get wifi = [](SystemSet &p) { return p.currentWifiSignalStrength(); };
-    const Get language = [](SystemSet &p) { return int(p.getLanguage()); };
     const Get scanned = [](SystemSet &p) {
         std::atomic<int> signal{-1};
         p.scanWifi(
             [&](std::unique_ptr<std::vector<SystemSet::SsidInfo>> list) { signal = list->at(0).signal; });
         PanelSimulator::waitForIdle(5000);
         return int(signal);
-    };
-    const Get dhcp = [](SystemSet &p) {
-        std::atomic<int> state{-1};
-        p.setDHCP(
-            SystemSet::NIC_LAN0, true, [&](SystemSet::DHCP_STATE s) { state = s; }, false);
-        PanelSimulator::waitForIdle(5000);
-        return int(state);
     };
     const QByteArray scan(
         R"({"delaysMs": {"scan": 0}, "wifi": {"networks": [{"ssid": "A", "strength": %1}]}})");
@@ -733,7 +552,8 @@ void tst_SystemSet::outOfRangeValues_data()
     QTest::newRow("Wi-Fi strength below") << QByteArray(R"({"wifi": {"strength": -1}})") << wifi << 0;
     QTest::newRow("scanned strength above") << QByteArray(scan).replace("%1", "250") << scanned << 100;
     QTest::newRow("scanned strength below") << QByteArray(scan).replace("%1", "-7") << scanned << 0;
-    QTest::newRow("language 7 is English") << QByteArray(R"({"language": 7})") << language << 1;
+    QTest::newRow("language 7 is English")
+        << QByteArray(R"({"language": 7})") << Get([](SystemSet &p) { return int(p.getLanguage()); }) << 1;
     QTest::newRow("language set to 7")
         << QByteArray(R"({"language": 0})")
         << Get([](SystemSet &p) { return p.setLanguage(SystemSet::Language(7)), int(p.getLanguage()); }) << 1;
@@ -742,21 +562,26 @@ void tst_SystemSet::outOfRangeValues_data()
         << Get([](SystemSet &p) { return p.setVPNServer(SystemSet::VPNServer(7)), int(p.getVPNServer()); })
         << 1;
     // Reported as they stand: the screen must cope with them.
-    const Get signal = [](SystemSet &p) { return p.get4GSignal(SystemSet::NIC_4G); };
     const Get vpn = [](SystemSet &p) { return p.getVPNServerState(SystemSet::VPN_ASIA); };
-    QTest::newRow("modem signal") << QByteArray(R"({"modem": {"signal": 250}})") << signal << 250;
+    QTest::newRow("modem signal") << QByteArray(R"({"modem": {"signal": 250}})")
+                                  << Get([](SystemSet &p) { return p.get4GSignal(SystemSet::NIC_4G); })
+                                  << 250;
     QTest::newRow("modem state") << QByteArray(R"({"modem": {"state": -9}})")
                                  << Get([](SystemSet &p) { return p.get4GState(SystemSet::NIC_4G); }) << -9;
-    const QByteArray vpnOn(R"("adapters": {"VPN": {"enabled": true}})");
-    QTest::newRow("VPN state") << R"({"vpn": {"state": 77}, )" + vpnOn + '}' << vpn << 77;
+    QTest::newRow("VPN state") << QByteArray(
+                                      R"({"vpn": {"state": 77}, "adapters": {"VPN": {"enabled": true}}})")
+                               << vpn << 77;
     QTest::newRow("VPN state while disabled") << QByteArray(R"({"vpn": {"state": 5}})") << vpn << 0;
-    // Defaults that no page shows.
-    QTest::newRow("default modem signal") << QByteArray("{}") << signal << 75;
-    QTest::newRow("default VPN state") << '{' + vpnOn + '}' << vpn << 5;
-    QTest::newRow("default Wi-Fi MAC")
-        << QByteArray("{}") << Get([](SystemSet &p) { return int(p.getMac(SystemSet::NIC_WIFI)[5]); })
-        << 0x60;
-    QTest::newRow("DHCP state") << QByteArray(R"({"dhcpState": 7, "delaysMs": {"dhcp": 0}})") << dhcp << 7;
+    QTest::newRow("DHCP state") << QByteArray(R"({"dhcpState": 7, "delaysMs": {"dhcp": 0}})")
+                                << Get([](SystemSet &p) {
+                                       std::atomic<int> state{-1};
+                                       p.setDHCP(
+                                           SystemSet::NIC_LAN0, true,
+                                           [&](SystemSet::DHCP_STATE s) { state = s; }, false);
+                                       PanelSimulator::waitForIdle(5000);
+                                       return int(state);
+                                   })
+                                << 7;
 }
 
 void tst_SystemSet::outOfRangeValues()
@@ -776,10 +601,9 @@ void tst_SystemSet::languageFollowsEditedFile_data()
     QTest::addColumn<int>("language");
     QTest::addColumn<QByteArray>("report");
 
-    QTest::newRow("later") << QByteArray(R"({"language": 1, "brightness": 30})") << false << 1
-                           << QByteArray();
-    QTest::newRow("same time, other size")
-        << QByteArray(R"({"language": 1, "brightness": 30})") << true << 1 << QByteArray();
+    const QByteArray later(R"({"language": 1, "brightness": 30})");
+    QTest::newRow("later") << later << false << 1 << QByteArray();
+    QTest::newRow("same time, other size") << later << true << 1 << QByteArray();
     QTest::newRow("same time and size")
         << QByteArray(R"({"language": 1, "brightness": 8})") << true << 1 << QByteArray();
     QTest::newRow("not JSON") << QByteArray("{broken") << false << 0 << QByteArray("not valid JSON");
