@@ -19,7 +19,7 @@ ScreenFixture::~ScreenFixture()
     delete m_root; // as a host does, before the window and the engine in it
 }
 
-bool ScreenFixture::load(const QSize &size)
+bool ScreenFixture::load(const QSize &size, int popupZ)
 {
     const auto getInstance = reinterpret_cast<PlexaGetInstanceFn>(m_library.resolve("PlexaGetInstance"));
     Plexa::PluginRegistry *registry = getInstance ? getInstance() : nullptr;
@@ -31,7 +31,7 @@ bool ScreenFixture::load(const QSize &size)
     m_window = std::make_unique<QQuickWindow>();
     m_window->resize(size);
     auto *engine = new QQmlEngine(m_window.get());
-    m_root = qobject_cast<QSP::AppRootItem *>(m_settings->init(engine, size.width(), size.height(), 20000));
+    m_root = qobject_cast<QSP::AppRootItem *>(m_settings->init(engine, size.width(), size.height(), popupZ));
     if (!m_root)
         return false;
     m_root->setParentItem(m_window->contentItem());

@@ -23,8 +23,8 @@ public:
     ScreenFixture();
     ~ScreenFixture(); ///< deletes the screen, so that another can be built
 
-    /// Builds the screen; false (with a warning) when anything on the way fails.
-    bool load(const QSize &size = QSize(1024, 600));
+    /// Builds the screen, its popups at @p popupZ; false (with a warning) when anything on the way fails.
+    bool load(const QSize &size = QSize(1024, 600), int popupZ = 20000);
 
     QQuickWindow *window() const { return m_window.get(); }
     QSP::AppRootItem *root() const { return m_root; }
