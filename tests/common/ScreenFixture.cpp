@@ -24,6 +24,10 @@ bool ScreenFixture::load(const QSize &size, int popupZ)
     const auto getInstance = reinterpret_cast<PlexaGetInstanceFn>(m_library.resolve("PlexaGetInstance"));
     Plexa::PluginRegistry *registry = getInstance ? getInstance() : nullptr;
     m_settings = registry ? registry->create<ISystemSet>() : nullptr;
+    // Done with the registry once the screen's object is made, as a host is.
+    if (const auto closeInstance =
+            reinterpret_cast<PlexaCloseInstanceFn>(m_library.resolve("PlexaCloseInstance")))
+        closeInstance();
     if (!m_settings) {
         qWarning() << m_library.errorString();
         return false;
