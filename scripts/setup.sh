@@ -16,6 +16,7 @@ PACKAGES=(
   xvfb xauth fonts-wqy-microhei
   clang-14 libclang-rt-14-dev
   valgrind
+  dbus-daemon python3-dbusmock iputils-ping
 )
 
 missing=()

@@ -8,7 +8,10 @@
 
 namespace HMI {
 
-/// In-process control of the simulated panel, for the project's own tests and tools.
+class SimulatedPanel;
+
+/// In-process control of the system services, for the project's own tests and tools: the call log and
+/// the callbacks of whichever backend serves them, and the state of the simulated panel.
 ///
 /// Every function acts on the one system-services object, MeyerSingleton<HMI::SystemSet>::instance().
 class HMI_SYSTEMSET_EXPORT PanelSimulator
@@ -39,7 +42,9 @@ public:
     static bool isCallbackThread();
 
 private:
-    static SystemSet::Private &simulator();
+    static SystemSet::Private &services();
+    /// The simulated panel, or null (reported once) when another backend serves the calls.
+    static SimulatedPanel *simulator();
 };
 
 } // namespace HMI
