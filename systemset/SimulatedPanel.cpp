@@ -465,9 +465,7 @@ bool SimulatedPanel::setSystemTime(long)
     return live.clockSettable;
 }
 
-void SimulatedPanel::syncHwclock()
-{
-}
+void SimulatedPanel::syncHwclock() {}
 
 SystemSet::Language SimulatedPanel::getLanguage() const
 {

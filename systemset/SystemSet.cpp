@@ -1,5 +1,6 @@
 #include "systemset/SystemSet.h"
 
+#include "systemset/LinuxBackend.h"
 #include "systemset/PanelState.h"
 #include "systemset/SimulatedPanel.h"
 #include "systemset/SystemSetPrivate.h"
@@ -66,6 +67,15 @@ SystemSet::SystemSet()
     : d(std::make_unique<Private>())
 {
     d->log.setFile(envOrEmpty("QSP_PANEL_LOG"));
+    const std::string panel = envOrEmpty("QSP_PANEL");
+    if (panel == "linux") {
+        d->backend = std::make_unique<LinuxBackend>();
+        return;
+    }
+    if (!panel.empty() && panel != "simulated")
+        std::fprintf(
+            stderr, "panel: QSP_PANEL=%s is neither \"simulated\" nor \"linux\"; using the simulated panel\n",
+            panel.c_str());
     auto simulated = std::make_unique<SimulatedPanel>(envOrEmpty("QSP_PANEL_STATE"));
     d->simulated = simulated.get();
     d->backend = std::move(simulated);

@@ -1,0 +1,504 @@
+#include "systemset/LinuxBackend.h"
+
+#include "systemset/PingProbe.h"
+#include "systemset/ServiceBus.h"
+
+#include <QCoreApplication>
+#include <QDBusMessage>
+#include <QDBusArgument>
+#include <QDBusMetaType>
+#include <QDBusVariant>
+#include <QFile>
+#include <QHostAddress>
+#include <QJsonValue>
+#include <QTimer>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+namespace HMI {
+
+namespace {
+
+const QString timedated = QStringLiteral("org.freedesktop.timedate1");
+const QString timedatedPath = QStringLiteral("/org/freedesktop/timedate1");
+const QString localed = QStringLiteral("org.freedesktop.locale1");
+const QString localedPath = QStringLiteral("/org/freedesktop/locale1");
+const QString hostnamed = QStringLiteral("org.freedesktop.hostname1");
+const QString hostnamedPath = QStringLiteral("/org/freedesktop/hostname1");
+const QString logind = QStringLiteral("org.freedesktop.login1");
+const QString logindPath = QStringLiteral("/org/freedesktop/login1");
+const QString logindManager = QStringLiteral("org.freedesktop.login1.Manager");
+/// logind's name for the session of the caller.
+const QString ownSession = QStringLiteral("/org/freedesktop/login1/session/auto");
+const QString logindSession = QStringLiteral("org.freedesktop.login1.Session");
+
+const QString languageKey = QStringLiteral("language");
+const QString buzzerKey = QStringLiteral("buzzer");
+const QString brightnessKey = QStringLiteral("brightness");
+const QString vpnServerKey = QStringLiteral("vpnServer");
+
+constexpr int toneHz = 2000;
+constexpr int toneMs = 50;
+
+std::string envOr(const char *name, const std::string &fallback)
+{
+    const char *value = std::getenv(name);
+    return value && *value ? std::string(value) : fallback;
+}
+
+QByteArray readSmallFile(const std::string &path)
+{
+    QFile file(QString::fromStdString(path));
+    return file.open(QIODevice::ReadOnly) ? file.read(64 * 1024) : QByteArray();
+}
+
+/// The text of a settings value that may be written by hand: "zh" or "en", or the enum's number.
+std::optional<SystemSet::Language> languageOf(const QJsonValue &value)
+{
+    if (value.isDouble())
+        return value.toInt() == SystemSet::LANG_CHINESE ? SystemSet::LANG_CHINESE : SystemSet::LANG_ENGLISH;
+    const QString text = value.toString().toLower();
+    if (text.startsWith(QLatin1String("zh")) || text == QLatin1String("chinese"))
+        return SystemSet::LANG_CHINESE;
+    if (text.startsWith(QLatin1String("en")) || text == QLatin1String("english"))
+        return SystemSet::LANG_ENGLISH;
+    return std::nullopt;
+}
+
+} // namespace
+
+LinuxBackend::LinuxBackend()
+    : m_sysfsRoot(envOr("QSP_SYSFS_ROOT", "/"))
+    , m_settings(LinuxSettings::defaultPath())
+    , m_backlight(m_sysfsRoot)
+    , m_beeper(envOr("QSP_BEEPER", std::string()))
+{
+    const QString target = qEnvironmentVariable("QSP_PING_TARGET");
+    if (!target.isEmpty()) {
+        bool ok = false;
+        const QHostAddress address(target);
+        m_pingTarget = address.toIPv4Address(&ok);
+        if (!ok)
+            std::fprintf(stderr, "linux backend: QSP_PING_TARGET %s is no IPv4 address\n",
+                         qPrintable(target));
+    }
+    if (const QJsonValue stored = m_settings.value(brightnessKey); stored.isDouble())
+        m_level = std::clamp(stored.toInt(), 1, 32);
+    m_thread.setObjectName(QStringLiteral("linux backend"));
+    m_bus = new ServiceBus;
+    m_bus->moveToThread(&m_thread);
+    m_thread.start();
+    post([this](ServiceBus &bus, const Token &token) {
+        if (bus.open())
+            startWatching(bus, token);
+    });
+}
+
+LinuxBackend::~LinuxBackend()
+{
+    ServiceBus *bus = m_bus;
+    if (m_thread.isRunning())
+        QMetaObject::invokeMethod(
+            bus, [bus] { bus->close(); }, Qt::BlockingQueuedConnection);
+    m_thread.quit();
+    m_thread.wait();
+    // Its thread has ended: what is still posted to it is dropped with it, uncalled.
+    delete bus;
+}
+
+LinuxBackend::Token LinuxBackend::pending() const
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        ++m_pending;
+    }
+    return Token(nullptr, [this](void *) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (--m_pending == 0)
+            m_idle.notify_all();
+    });
+}
+
+void LinuxBackend::post(std::function<void(ServiceBus &, const Token &)> task) const
+{
+    Token token = pending();
+    ServiceBus *bus = m_bus;
+    QMetaObject::invokeMethod(
+        bus, [bus, task = std::move(task), token] { task(*bus, token); }, Qt::QueuedConnection);
+}
+
+void LinuxBackend::startWatching(ServiceBus &bus, const Token &token)
+{
+    bus.watch(localed, localedPath, localed, [this, token](const QVariantMap &properties) {
+        if (properties.contains(QStringLiteral("Locale"))) {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_locale = properties.value(QStringLiteral("Locale")).toStringList();
+        }
+    });
+    bus.call(hostnamed, hostnamedPath, hostnamed, QStringLiteral("GetHardwareSerial"), {},
+             [this, token](const QDBusMessage &reply) {
+                 if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+                     return;
+                 const std::lock_guard<std::mutex> lock(m_mutex);
+                 m_serial = reply.arguments().constFirst().toString().trimmed().toStdString();
+             });
+}
+
+void LinuxBackend::reportOnce(const std::string &kind, const std::string &text) const
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_reported.insert(kind).second)
+            return;
+    }
+    std::fprintf(stderr, "linux backend: %s\n", text.c_str());
+}
+
+bool LinuxBackend::waitForIdle(int timeoutMs)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_idle.wait_for(lock, std::chrono::milliseconds(timeoutMs), [this] { return m_pending == 0; });
+}
+
+int LinuxBackend::pendingCallbacks() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_pending;
+}
+
+bool LinuxBackend::isCallbackThread() const
+{
+    return QThread::currentThread() == &m_thread;
+}
+
+// Network adapters: none yet on this backend; every operation ends as it would with the adapter missing.
+
+int LinuxBackend::getAllNIC() const
+{
+    return 0;
+}
+
+bool LinuxBackend::isNicEnabled(NIC) const
+{
+    return false;
+}
+
+void LinuxBackend::enableNIC(NIC, bool, bool) {}
+
+bool LinuxBackend::isDhcpOn(NIC) const
+{
+    return false;
+}
+
+void LinuxBackend::setDHCP(NIC, bool, SystemSet::DhcpCallback const &callback, bool)
+{
+    if (callback)
+        post([callback](ServiceBus &, const Token &) { callback(SystemSet::DHCP_FAILED); });
+}
+
+IP LinuxBackend::getIp(NIC) const
+{
+    return 0;
+}
+
+IP LinuxBackend::getSubnetMask(NIC) const
+{
+    return 0;
+}
+
+IP LinuxBackend::getGateway(NIC) const
+{
+    return 0;
+}
+
+IP LinuxBackend::getIpFromEE(NIC) const
+{
+    return 0;
+}
+
+IP LinuxBackend::getSubnetMaskFromEE(NIC) const
+{
+    return 0;
+}
+
+IP LinuxBackend::getGatewayFromEE(NIC) const
+{
+    return 0;
+}
+
+void LinuxBackend::setIp(NIC, IP, bool) {}
+
+void LinuxBackend::setSubnetMask(NIC, IP, bool) {}
+
+void LinuxBackend::setGateway(NIC, IP, bool) {}
+
+MAC LinuxBackend::getMac(NIC) const
+{
+    return MAC{};
+}
+
+std::pair<IP, IP> LinuxBackend::getDns(NIC) const
+{
+    return {0, 0};
+}
+
+void LinuxBackend::setDns(NIC, std::pair<IP, IP> const &) {}
+
+SystemSet::NIC LinuxBackend::getDefaultNIC() const
+{
+    return SystemSet::NIC_LAN0;
+}
+
+void LinuxBackend::setDefaultNIC(NIC, bool) {}
+
+void LinuxBackend::pingTest(NIC, SystemSet::PingCallback const &callback)
+{
+    const quint32 target = m_pingTarget;
+    post([callback, target](ServiceBus &bus, const Token &token) {
+        PingProbe::start(
+            target, QString(),
+            [callback, token](bool replied) {
+                if (callback)
+                    callback(replied);
+            },
+            &bus);
+    });
+}
+
+int LinuxBackend::get4GSignal(NIC) const
+{
+    return 0;
+}
+
+int LinuxBackend::get4GState(NIC) const
+{
+    return 0;
+}
+
+SystemSet::VPNServer LinuxBackend::getVPNServer() const
+{
+    return m_settings.value(vpnServerKey).toInt() == SystemSet::VPN_EUROPE ? SystemSet::VPN_EUROPE
+                                                                           : SystemSet::VPN_ASIA;
+}
+
+void LinuxBackend::setVPNServer(VPNServer server)
+{
+    if (server == SystemSet::VPN_ASIA || server == SystemSet::VPN_EUROPE)
+        m_settings.setValue(vpnServerKey, int(server));
+}
+
+int LinuxBackend::getVPNServerState(VPNServer) const
+{
+    return 0;
+}
+
+void LinuxBackend::resetVPNIp(VPNServer) {}
+
+bool LinuxBackend::isWifiConnected() const
+{
+    return false;
+}
+
+SSID LinuxBackend::currentWifiSsid() const
+{
+    return SSID{};
+}
+
+int LinuxBackend::currentWifiSignalStrength() const
+{
+    return 0;
+}
+
+void LinuxBackend::scanWifi(SystemSet::ScanCallback const &callback)
+{
+    if (callback)
+        post([callback](ServiceBus &, const Token &) {
+            callback(std::make_unique<std::vector<SystemSet::SsidInfo>>());
+        });
+}
+
+void LinuxBackend::resetWifi(SystemSet::ScanCallback const &callback)
+{
+    scanWifi(callback);
+}
+
+void LinuxBackend::connectWifi(SSID const &, std::string const &, SystemSet::ConnectCallback const &callback)
+{
+    if (callback)
+        post([callback](ServiceBus &, const Token &) {
+            callback(SystemSet::WIFI_CONNECTING);
+            callback(SystemSet::WIFI_OFFLINE);
+        });
+}
+
+// The machine's own settings.
+
+void LinuxBackend::beep(bool on) const
+{
+    if (!m_beeper.present()) {
+        reportOnce("beeper",
+                   "no beeper (an input device with EV_SND, or QSP_BEEPER): the buzzer stays silent");
+        return;
+    }
+    const Beeper beeper = m_beeper;
+    post([this, beeper, on](ServiceBus &bus, const Token &token) {
+        if (!beeper.tone(on ? toneHz : 0)) {
+            reportOnce("beeper write", "the beeper " + beeper.path() + " refused the tone");
+            return;
+        }
+        if (on)
+            QTimer::singleShot(toneMs, &bus, [beeper, token] { beeper.tone(0); });
+    });
+}
+
+bool LinuxBackend::isBuzzerOn() const
+{
+    const QJsonValue value = m_settings.value(buzzerKey);
+    return value.isBool() ? value.toBool() : true;
+}
+
+void LinuxBackend::setBuzzerOn(bool on)
+{
+    m_settings.setValue(buzzerKey, on);
+}
+
+SystemSet::Bright LinuxBackend::bright() const
+{
+    if (const int level = m_backlight.level(); level > 0)
+        return level;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_level;
+}
+
+void LinuxBackend::setBright(Bright level, bool persist)
+{
+    const int clamped = std::clamp(level, 1, 32);
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_level = clamped;
+    }
+    if (persist)
+        m_settings.setValue(brightnessKey, clamped);
+    if (!m_backlight.present()) {
+        reportOnce("backlight", "no backlight under " + m_sysfsRoot + "/sys/class/backlight");
+        return;
+    }
+    const Backlight backlight = m_backlight;
+    post([backlight, clamped](ServiceBus &bus, const Token &token) {
+        if (backlight.setLevel(clamped))
+            return;
+        // The device belongs to root: logind sets it for the user of the session on the seat.
+        bus.call(logind, ownSession, logindSession, QStringLiteral("SetBrightness"),
+                 {QStringLiteral("backlight"), QString::fromStdString(backlight.name()),
+                  uint(Backlight::rawOf(clamped, backlight.maximum()))},
+                 [token](const QDBusMessage &) {});
+    });
+}
+
+bool LinuxBackend::setSystemTime(long secsSinceEpoch)
+{
+    if (secsSinceEpoch < 0)
+        return false;
+    const qlonglong usec = qlonglong(secsSinceEpoch) * 1000000;
+    post([this, usec](ServiceBus &bus, const Token &token) {
+        // timedated refuses a time while it synchronises the clock itself: ask it first, as that may have
+        // changed a moment ago.
+        bus.call(timedated, timedatedPath, QStringLiteral("org.freedesktop.DBus.Properties"),
+                 QStringLiteral("Get"), {timedated, QStringLiteral("NTP")},
+                 [this, &bus, usec, token](const QDBusMessage &reply) {
+                     const bool ntp =
+                         reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty() &&
+                         qdbus_cast<QDBusVariant>(reply.arguments().constFirst()).variant().toBool();
+                     if (!ntp) {
+                         setTime(bus, usec, false, token);
+                         return;
+                     }
+                     bus.call(timedated, timedatedPath, timedated, QStringLiteral("SetNTP"), {false, false},
+                              [this, &bus, usec, token](const QDBusMessage &ntpReply) {
+                                  if (ntpReply.type() == QDBusMessage::ReplyMessage)
+                                      setTime(bus, usec, true, token);
+                              });
+                 });
+    });
+    return true;
+}
+
+void LinuxBackend::setTime(ServiceBus &bus, qlonglong usec, bool ntpTurnedOff, const Token &token)
+{
+    bus.call(
+        timedated, timedatedPath, timedated, QStringLiteral("SetTime"), {usec, false, false},
+        [this, &bus, usec, ntpTurnedOff, token](const QDBusMessage &reply) {
+            const bool syncOn =
+                reply.errorName() == QLatin1String("org.freedesktop.timedate1.AutomaticTimeSyncEnabled");
+            if (reply.type() == QDBusMessage::ReplyMessage || !syncOn || ntpTurnedOff) {
+                if (reply.type() == QDBusMessage::ErrorMessage)
+                    bus.reportOnce(QStringLiteral("SetTime") + reply.errorName(),
+                                   QStringLiteral("timedate1.SetTime failed: %1 (%2)")
+                                       .arg(reply.errorName(), reply.errorMessage()));
+                return;
+            }
+            // The service turned time synchronisation on since it was last heard of.
+            bus.call(timedated, timedatedPath, timedated, QStringLiteral("SetNTP"), {false, false},
+                     [this, &bus, usec, token](const QDBusMessage &ntpReply) {
+                         if (ntpReply.type() == QDBusMessage::ReplyMessage)
+                             setTime(bus, usec, true, token);
+                     });
+        },
+        false);
+}
+
+void LinuxBackend::syncHwclock()
+{
+    // timedated's SetTime has set the hardware clock as well.
+}
+
+SystemSet::Language LinuxBackend::getLanguage() const
+{
+    if (const auto stored = languageOf(m_settings.value(languageKey)))
+        return *stored;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (const QString &entry : m_locale) {
+        if (entry.startsWith(QLatin1String("LANG=")))
+            return entry.mid(5).startsWith(QLatin1String("zh")) ? SystemSet::LANG_CHINESE
+                                                                : SystemSet::LANG_ENGLISH;
+    }
+    return SystemSet::LANG_ENGLISH;
+}
+
+void LinuxBackend::setLanguage(Language language)
+{
+    m_settings.setValue(languageKey,
+                        language == SystemSet::LANG_CHINESE ? QStringLiteral("zh") : QStringLiteral("en"));
+}
+
+std::string LinuxBackend::getSerialNumber()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (!m_serial.empty())
+            return m_serial;
+    }
+    // Without hostnamed: the device tree's serial, else the processor's.
+    QByteArray serial = readSmallFile(m_sysfsRoot + "/sys/firmware/devicetree/base/serial-number");
+    serial = serial.left(serial.indexOf('\0') < 0 ? serial.size() : serial.indexOf('\0')).trimmed();
+    if (!serial.isEmpty())
+        return serial.toStdString();
+    for (const QByteArray &line : readSmallFile(m_sysfsRoot + "/proc/cpuinfo").split('\n')) {
+        if (line.startsWith("Serial") && line.contains(':'))
+            return line.mid(line.indexOf(':') + 1).trimmed().toStdString();
+    }
+    return std::string();
+}
+
+void LinuxBackend::reboot()
+{
+    post([](ServiceBus &bus, const Token &token) {
+        bus.call(logind, logindPath, logindManager, QStringLiteral("Reboot"), {false},
+                 [token](const QDBusMessage &) {});
+    });
+}
+
+} // namespace HMI

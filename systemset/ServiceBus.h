@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QHash>
+#include <QObject>
+#include <QSet>
+#include <QString>
+#include <QVariantList>
+#include <QVariantMap>
+
+#include <functional>
+
+namespace HMI {
+
+/// The Linux backend's connection to the system bus (DBUS_SYSTEM_BUS_ADDRESS moves it) and its calls to the
+/// services there. Lives in the backend's thread: every function is called there, and every reply and
+/// signal is handled there, so nothing waits on the bus.
+class ServiceBus : public QObject
+{
+    Q_OBJECT
+public:
+    /// Called with the reply, or with the error message when the call failed.
+    using Reply = std::function<void(const QDBusMessage &reply)>;
+    using Changed = std::function<void(const QVariantMap &properties)>;
+
+    explicit ServiceBus(QObject *parent = nullptr);
+
+    /// Connects; false (reported once) when there is no bus.
+    bool open();
+    /// Drops the pending calls and probes and leaves the bus.
+    void close();
+
+    /// Calls @p method asynchronously. A failure is reported once per call and error kind on stderr unless
+    /// @p reportFailure is false.
+    void call(const QString &service, const QString &path, const QString &interface, const QString &method,
+              const QVariantList &arguments, Reply done, bool reportFailure = true);
+    /// Hands @p changed the properties of @p interface now, and then every change the service signals.
+    void watch(const QString &service, const QString &path, const QString &interface, Changed changed);
+
+    /// Prints "linux backend: @p text" on stderr unless a problem of @p kind was printed before.
+    void reportOnce(const QString &kind, const QString &text);
+
+private Q_SLOTS:
+    void propertiesChanged(const QDBusMessage &message);
+
+private:
+    QString m_name;
+    QDBusConnection m_bus{QString()};
+    QHash<QString, Changed> m_watched; ///< by path and interface
+    QSet<QString> m_reported;
+};
+
+} // namespace HMI
