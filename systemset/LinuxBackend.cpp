@@ -4,8 +4,8 @@
 #include "systemset/ServiceBus.h"
 
 #include <QCoreApplication>
-#include <QDBusMessage>
 #include <QDBusArgument>
+#include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusVariant>
 #include <QFile>
@@ -42,6 +42,7 @@ const QString vpnServerKey = QStringLiteral("vpnServer");
 
 constexpr int toneHz = 2000;
 constexpr int toneMs = 50;
+constexpr int startupWaitMs = 250;
 
 std::string envOr(const char *name, const std::string &fallback)
 {
@@ -95,6 +96,10 @@ LinuxBackend::LinuxBackend()
         if (bus.open())
             startWatching(bus, token);
     });
+    // The screen's first frame asks for the language and the serial number: give the services a moment to
+    // answer, so that it does not change its language right after it opens. A service that hangs costs no
+    // more than this.
+    waitForIdle(startupWaitMs);
 }
 
 LinuxBackend::~LinuxBackend()
@@ -132,12 +137,15 @@ void LinuxBackend::post(std::function<void(ServiceBus &, const Token &)> task) c
 
 void LinuxBackend::startWatching(ServiceBus &bus, const Token &token)
 {
-    bus.watch(localed, localedPath, localed, [this, token](const QVariantMap &properties) {
-        if (properties.contains(QStringLiteral("Locale"))) {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            m_locale = properties.value(QStringLiteral("Locale")).toStringList();
-        }
-    });
+    bus.watch(
+        localed, localedPath, localed,
+        [this](const QVariantMap &properties) {
+            if (properties.contains(QStringLiteral("Locale"))) {
+                const std::lock_guard<std::mutex> lock(m_mutex);
+                m_locale = properties.value(QStringLiteral("Locale")).toStringList();
+            }
+        },
+        token);
     bus.call(hostnamed, hostnamedPath, hostnamed, QStringLiteral("GetHardwareSerial"), {},
              [this, token](const QDBusMessage &reply) {
                  if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())

@@ -75,13 +75,14 @@ void ServiceBus::call(const QString &service, const QString &path, const QString
         });
 }
 
-void ServiceBus::watch(const QString &service, const QString &path, const QString &interface, Changed changed)
+void ServiceBus::watch(const QString &service, const QString &path, const QString &interface, Changed changed,
+                       const std::shared_ptr<void> &untilRead)
 {
     m_watched.insert(watchKey(path, interface), changed);
     m_bus.connect(service, path, propertiesInterface, QStringLiteral("PropertiesChanged"), this,
                   SLOT(propertiesChanged(QDBusMessage)));
     call(service, path, propertiesInterface, QStringLiteral("GetAll"), {interface},
-         [changed](const QDBusMessage &reply) {
+         [changed, untilRead](const QDBusMessage &reply) {
              if (reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty())
                  changed(qdbus_cast<QVariantMap>(reply.arguments().constFirst()));
          });

@@ -10,6 +10,7 @@
 #include <QVariantMap>
 
 #include <functional>
+#include <memory>
 
 namespace HMI {
 
@@ -36,7 +37,9 @@ public:
     void call(const QString &service, const QString &path, const QString &interface, const QString &method,
               const QVariantList &arguments, Reply done, bool reportFailure = true);
     /// Hands @p changed the properties of @p interface now, and then every change the service signals.
-    void watch(const QString &service, const QString &path, const QString &interface, Changed changed);
+    /// @p untilRead is held until the first answer came (or did not).
+    void watch(const QString &service, const QString &path, const QString &interface, Changed changed,
+               const std::shared_ptr<void> &untilRead);
 
     /// Prints "linux backend: @p text" on stderr unless a problem of @p kind was printed before.
     void reportOnce(const QString &kind, const QString &text);
