@@ -31,6 +31,7 @@ struct Options
     int height = 600;
     QString appName = QStringLiteral("settings-host");
     QString state;
+    QString panel; ///< "simulated" or "linux"; empty: QSP_PANEL, else simulated
     QString screenshots;
     QString library;
     bool keyboard = true;
@@ -38,10 +39,13 @@ struct Options
 };
 
 const char *const Usage = R"(Usage: settings-host [options]
-Shows the panel's system-settings screen, loaded from its library, on the simulated panel.
+Shows the panel's system-settings screen, loaded from its library, on the simulated panel or on this
+machine's own services.
 
   --size WxH         screen size in pixels (default 1024x600)
   --app-name NAME    application name the screen sees ("tavrex" shows Exit instead of Reboot)
+  --panel KIND       "simulated" (the default) or "linux": this machine's services through systemd and
+                     NetworkManager on the system bus (DBUS_SYSTEM_BUS_ADDRESS moves it)
   --state FILE       the simulated panel's JSON state file
   --screenshots DIR  visit every page, write one PNG each into DIR, then exit (needs no display)
   --library PATH     the settings library (default: libqquicksystemset.so beside or below this program)
@@ -89,6 +93,10 @@ std::string parse(int argc, char **argv, Options &options)
             if (!value(v))
                 return "--state needs a file";
             options.state = QString::fromStdString(v);
+        } else if (arg == "--panel") {
+            if (!value(v) || (v != "simulated" && v != "linux"))
+                return "--panel needs \"simulated\" or \"linux\"";
+            options.panel = QString::fromStdString(v);
         } else if (arg == "--screenshots") {
             if (!value(v))
                 return "--screenshots needs a folder";
@@ -273,6 +281,8 @@ int main(int argc, char **argv)
         qputenv("QT_QUICK_BACKEND", "software");
     if (!options.state.isEmpty())
         qputenv("QSP_PANEL_STATE", QFileInfo(options.state).absoluteFilePath().toUtf8());
+    if (!options.panel.isEmpty())
+        qputenv("QSP_PANEL", options.panel.toUtf8());
     chooseInputMethod(options);
 
     QGuiApplication app(argc, argv);
