@@ -4,6 +4,7 @@
 
 #include "SystemSet.h"
 
+#include "BoardFiles.h"
 #include "DbusMock.h"
 
 #include <QDBusMessage>
@@ -26,19 +27,6 @@ namespace {
 const QString timedated = QStringLiteral("org.freedesktop.timedate1");
 const QString logind = QStringLiteral("org.freedesktop.login1");
 const QString hostnamed = QStringLiteral("org.freedesktop.hostname1");
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QDir().mkpath(path.section(QLatin1Char('/'), 0, -2));
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(bytes) == bytes.size();
-}
 
 } // namespace
 

@@ -3,6 +3,7 @@
 // timedated, logind, the backlight, the beeper and the settings file.
 
 #include "BeepButton.h"
+#include "BoardFiles.h"
 #include "BrightButton.h"
 #include "CardBrightness.h"
 #include "CardTime.h"
@@ -25,19 +26,6 @@
 using Root = QSP::AppRootItem;
 
 namespace {
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeFile(const QString &path, const QByteArray &bytes)
-{
-    QDir().mkpath(path.section(QLatin1Char('/'), 0, -2));
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(bytes) == bytes.size();
-}
 
 bool shows(QQuickItem *under, const char *text)
 {
