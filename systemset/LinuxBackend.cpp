@@ -107,10 +107,19 @@ LinuxBackend::~LinuxBackend()
     ServiceBus *bus = m_bus;
     if (m_thread.isRunning())
         QMetaObject::invokeMethod(
-            bus, [bus] { bus->close(); }, Qt::BlockingQueuedConnection);
+            bus,
+            [this, bus] {
+                bus->close();
+                const std::lock_guard<std::mutex> lock(m_tasksMutex);
+                m_tasks.clear();
+            },
+            Qt::BlockingQueuedConnection);
     m_thread.quit();
     m_thread.wait();
-    // Its thread has ended: what is still posted to it is dropped with it, uncalled.
+    // What the thread did is done: taking the lock it released last says so to the thread sanitizer as well,
+    // which cannot see into Qt's own wait.
+    const std::lock_guard<std::mutex> lock(m_tasksMutex);
+    m_tasks.clear(); // what is still posted is dropped, uncalled
     delete bus;
 }
 
@@ -129,10 +138,27 @@ LinuxBackend::Token LinuxBackend::pending() const
 
 void LinuxBackend::post(std::function<void(ServiceBus &, const Token &)> task) const
 {
-    Token token = pending();
-    ServiceBus *bus = m_bus;
+    {
+        const std::lock_guard<std::mutex> lock(m_tasksMutex);
+        m_tasks.push_back({std::move(task), pending()});
+    }
     QMetaObject::invokeMethod(
-        bus, [bus, task = std::move(task), token] { task(*bus, token); }, Qt::QueuedConnection);
+        m_bus, [this] { runTasks(); }, Qt::QueuedConnection);
+}
+
+void LinuxBackend::runTasks() const
+{
+    for (;;) {
+        Task task;
+        {
+            const std::lock_guard<std::mutex> lock(m_tasksMutex);
+            if (m_tasks.empty())
+                return;
+            task = std::move(m_tasks.front());
+            m_tasks.pop_front();
+        }
+        task.run(*m_bus, task.token);
+    }
 }
 
 void LinuxBackend::startWatching(ServiceBus &bus, const Token &token)

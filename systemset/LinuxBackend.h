@@ -9,6 +9,7 @@
 #include <QThread>
 
 #include <condition_variable>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -82,8 +83,15 @@ private:
     using Token = std::shared_ptr<void>;
     /// Counts one operation as pending until the last copy of the token is gone.
     Token pending() const;
+    struct Task
+    {
+        std::function<void(ServiceBus &bus, const Token &token)> run;
+        Token token;
+    };
     /// Runs @p task on the backend's thread, counted as pending until it and what it waits for are done.
     void post(std::function<void(ServiceBus &bus, const Token &token)> task) const;
+    /// On the backend's thread: runs the tasks posted so far, in order.
+    void runTasks() const;
     /// Starts watching the services whose state the getters answer from.
     void startWatching(ServiceBus &bus, const Token &token);
     void setTime(ServiceBus &bus, qlonglong usec, bool ntpTurnedOff, const Token &token);
@@ -105,6 +113,11 @@ private:
 
     mutable std::condition_variable m_idle;
     mutable int m_pending = 0;
+
+    /// Tasks handed to the backend's thread, under a lock of their own rather than only through Qt's event
+    /// queue, so that the hand-over is plain to see.
+    mutable std::mutex m_tasksMutex;
+    mutable std::deque<Task> m_tasks;
 
     QThread m_thread;
     ServiceBus *m_bus = nullptr; ///< lives in m_thread
