@@ -7,7 +7,18 @@
 #include <QFile>
 #include <QThread>
 
+#include <csignal>
+#include <sys/prctl.h>
+
 namespace {
+
+/// A program that ends with the test: a test that crashes or is killed leaves no bus or mock behind, and
+/// none of them holds the test's output open (CTest waits for it to close).
+class ChildProcess : public QProcess
+{
+protected:
+    void setupChildProcess() override { ::prctl(PR_SET_PDEATHSIG, SIGTERM); }
+};
 
 const QString python = QStringLiteral("/usr/bin/python3");
 const QString mockInterface = QStringLiteral("org.freedesktop.DBus.Mock");
@@ -25,11 +36,11 @@ DbusMock::~DbusMock()
         mock->waitForFinished(1000);
     }
     QDBusConnection::disconnectFromBus(QStringLiteral("tst-mock"));
-    if (m_daemon.state() != QProcess::NotRunning) {
-        m_daemon.terminate();
-        if (!m_daemon.waitForFinished(3000))
-            m_daemon.kill();
-        m_daemon.waitForFinished(1000);
+    if (m_daemon && m_daemon->state() != QProcess::NotRunning) {
+        m_daemon->terminate();
+        if (!m_daemon->waitForFinished(3000))
+            m_daemon->kill();
+        m_daemon->waitForFinished(1000);
     }
 }
 
@@ -44,16 +55,17 @@ bool DbusMock::start(QString *why)
                         QString::fromLocal8Bit(probe.readAllStandardError()).trimmed() + probe.errorString());
         return false;
     }
-    m_daemon.setProcessChannelMode(QProcess::SeparateChannels);
-    m_daemon.start(QStringLiteral("dbus-daemon"),
-                   {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                    QStringLiteral("--print-address=1"),
-                    QStringLiteral("--address=unix:path=") + m_dir.filePath(QStringLiteral("bus"))});
-    if (!m_daemon.waitForStarted(10000) || !m_daemon.waitForReadyRead(10000)) {
-        *why = QStringLiteral("dbus-daemon cannot run here (%1)").arg(m_daemon.errorString());
+    m_daemon = std::make_unique<ChildProcess>();
+    m_daemon->setStandardErrorFile(QProcess::nullDevice());
+    m_daemon->start(QStringLiteral("dbus-daemon"),
+                    {QStringLiteral("--session"), QStringLiteral("--nofork"),
+                     QStringLiteral("--print-address=1"),
+                     QStringLiteral("--address=unix:path=") + m_dir.filePath(QStringLiteral("bus"))});
+    if (!m_daemon->waitForStarted(10000) || !m_daemon->waitForReadyRead(10000)) {
+        *why = QStringLiteral("dbus-daemon cannot run here (%1)").arg(m_daemon->errorString());
         return false;
     }
-    m_address = QString::fromLatin1(m_daemon.readLine()).trimmed();
+    m_address = QString::fromLatin1(m_daemon->readLine()).trimmed();
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", m_address.toUtf8());
     if (!bus().isConnected()) {
         *why = QStringLiteral("the private bus %1 refused a connection").arg(m_address);
@@ -83,9 +95,9 @@ bool DbusMock::startPlain(const QString &service, const QString &path, const QSt
 bool DbusMock::startMock(const QString &service, const QStringList &arguments)
 {
     const QString log = m_dir.filePath(service + QStringLiteral(".log"));
-    auto process = std::make_unique<QProcess>();
-    process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    auto process = std::make_unique<ChildProcess>();
     process->setStandardOutputFile(QProcess::nullDevice());
+    process->setStandardErrorFile(m_dir.filePath(service + QStringLiteral(".err")));
     process->start(python, QStringList{QStringLiteral("-m"), QStringLiteral("dbusmock"),
                                        QStringLiteral("--system"), QStringLiteral("--logfile"), log} +
                                arguments);

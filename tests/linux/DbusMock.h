@@ -50,7 +50,7 @@ private:
     QStringList allCalls(const QString &service) const;
 
     QTemporaryDir m_dir;
-    QProcess m_daemon;
+    std::unique_ptr<QProcess> m_daemon;
     QString m_address;
     std::vector<std::unique_ptr<QProcess>> m_mocks;
     QHash<QString, QString> m_logs;  ///< call log file by service
