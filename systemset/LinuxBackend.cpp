@@ -53,7 +53,7 @@ std::string envOr(const char *name, const std::string &fallback)
 QByteArray readSmallFile(const std::string &path)
 {
     QFile file(QString::fromStdString(path));
-    return file.open(QIODevice::ReadOnly) ? file.read(64 * 1024) : QByteArray();
+    return file.open(QIODevice::ReadOnly) ? file.read(qint64(64) * 1024) : QByteArray();
 }
 
 /// The text of a settings value that may be written by hand: "zh" or "en", or the enum's number.

@@ -105,7 +105,6 @@ private:
 
     /// Guards the state below, which the services' signals keep current.
     mutable std::mutex m_mutex;
-    bool m_ntp = false;   ///< timedated synchronises the clock automatically
     QStringList m_locale; ///< localed's Locale
     std::string m_serial; ///< hostnamed's hardware serial
     int m_level = 1;      ///< the level last set, for a board without a backlight
