@@ -1,5 +1,6 @@
 #include "systemset/LinuxBackend.h"
 
+#include "systemset/NetworkManagerClient.h"
 #include "systemset/PingProbe.h"
 #include "systemset/ServiceBus.h"
 
@@ -88,6 +89,7 @@ LinuxBackend::LinuxBackend()
     }
     if (const QJsonValue stored = m_settings.value(brightnessKey); stored.isDouble())
         m_level = std::clamp(stored.toInt(), 1, 32);
+    m_network.named = NetworkState::parseNames(qEnvironmentVariable("QSP_ADAPTERS"));
     m_thread.setObjectName(QStringLiteral("linux backend"));
     m_bus = new ServiceBus;
     m_bus->moveToThread(&m_thread);
@@ -109,6 +111,7 @@ LinuxBackend::~LinuxBackend()
         QMetaObject::invokeMethod(
             bus,
             [this, bus] {
+                m_nm.reset();
                 bus->close();
                 const std::lock_guard<std::mutex> lock(m_tasksMutex);
                 m_tasks.clear();
@@ -163,6 +166,8 @@ void LinuxBackend::runTasks() const
 
 void LinuxBackend::startWatching(ServiceBus &bus, const Token &token)
 {
+    m_nm = std::make_unique<NetworkManagerClient>(bus, m_mutex, m_network);
+    m_nm->start(token);
     bus.watch(
         localed, localedPath, localed,
         [this](const QVariantMap &properties) {
@@ -208,16 +213,30 @@ bool LinuxBackend::isCallbackThread() const
     return QThread::currentThread() == &m_thread;
 }
 
-// Network adapters: none yet on this backend; every operation ends as it would with the adapter missing.
+// Network adapters: read from NetworkManager. Changing them is not done yet: those calls end as they would
+// with the adapter missing.
 
 int LinuxBackend::getAllNIC() const
 {
-    return 0;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    int mask = 0;
+    for (const NIC nic : {SystemSet::NIC_LAN0, SystemSet::NIC_LAN1, SystemSet::NIC_WIFI}) {
+        if (m_network.device(nic))
+            mask |= nic;
+    }
+    return mask;
 }
 
-bool LinuxBackend::isNicEnabled(NIC) const
+bool LinuxBackend::isNicEnabled(NIC nic) const
 {
-    return false;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const NetworkState::Device *d = m_network.device(nic);
+    if (!d)
+        return false;
+    if (nic == SystemSet::NIC_WIFI)
+        return m_network.wirelessEnabled;
+    // Set to come up by itself, or up now (40..100: preparing to activated).
+    return d->autoconnect || (d->state >= 40 && d->state <= 100);
 }
 
 void LinuxBackend::enableNIC(NIC, bool, bool) {}
@@ -233,19 +252,25 @@ void LinuxBackend::setDHCP(NIC, bool, SystemSet::DhcpCallback const &callback, b
         post([callback](ServiceBus &, const Token &) { callback(SystemSet::DHCP_FAILED); });
 }
 
-IP LinuxBackend::getIp(NIC) const
+IP LinuxBackend::getIp(NIC nic) const
 {
-    return 0;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const NetworkState::Device *d = m_network.device(nic);
+    return d && d->state == 100 ? d->ip4.address : 0;
 }
 
-IP LinuxBackend::getSubnetMask(NIC) const
+IP LinuxBackend::getSubnetMask(NIC nic) const
 {
-    return 0;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const NetworkState::Device *d = m_network.device(nic);
+    return d && d->state == 100 ? d->ip4.mask : 0;
 }
 
-IP LinuxBackend::getGateway(NIC) const
+IP LinuxBackend::getGateway(NIC nic) const
 {
-    return 0;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const NetworkState::Device *d = m_network.device(nic);
+    return d && d->state == 100 ? d->ip4.gateway : 0;
 }
 
 IP LinuxBackend::getIpFromEE(NIC) const
@@ -269,14 +294,18 @@ void LinuxBackend::setSubnetMask(NIC, IP, bool) {}
 
 void LinuxBackend::setGateway(NIC, IP, bool) {}
 
-MAC LinuxBackend::getMac(NIC) const
+MAC LinuxBackend::getMac(NIC nic) const
 {
-    return MAC{};
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const NetworkState::Device *d = m_network.device(nic);
+    return d ? d->mac : MAC{};
 }
 
-std::pair<IP, IP> LinuxBackend::getDns(NIC) const
+std::pair<IP, IP> LinuxBackend::getDns(NIC nic) const
 {
-    return {0, 0};
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const NetworkState::Device *d = m_network.device(nic);
+    return d && d->state == 100 ? d->ip4.dns : std::pair<IP, IP>{0, 0};
 }
 
 void LinuxBackend::setDns(NIC, std::pair<IP, IP> const &) {}
@@ -333,25 +362,40 @@ void LinuxBackend::resetVPNIp(VPNServer) {}
 
 bool LinuxBackend::isWifiConnected() const
 {
-    return false;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const NetworkState::Device *d = m_network.device(SystemSet::NIC_WIFI);
+    return d && d->state == 100 && m_network.accessPoints.count(d->activeAccessPoint) > 0;
 }
 
 SSID LinuxBackend::currentWifiSsid() const
 {
-    return SSID{};
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    SSID ssid{};
+    const NetworkState::Device *d = m_network.device(SystemSet::NIC_WIFI);
+    const auto ap = d && d->state == 100 ? m_network.accessPoints.find(d->activeAccessPoint)
+                                         : m_network.accessPoints.end();
+    if (ap != m_network.accessPoints.end())
+        std::copy_n(ap->second.ssid.constData(), std::min(ap->second.ssid.size(), 32), ssid.begin());
+    return ssid;
 }
 
 int LinuxBackend::currentWifiSignalStrength() const
 {
-    return 0;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const NetworkState::Device *d = m_network.device(SystemSet::NIC_WIFI);
+    const auto ap = d && d->state == 100 ? m_network.accessPoints.find(d->activeAccessPoint)
+                                         : m_network.accessPoints.end();
+    return ap != m_network.accessPoints.end() ? ap->second.strength : 0;
 }
 
 void LinuxBackend::scanWifi(SystemSet::ScanCallback const &callback)
 {
-    if (callback)
-        post([callback](ServiceBus &, const Token &) {
+    post([this, callback](ServiceBus &, const Token &token) {
+        if (m_nm)
+            m_nm->scan(callback, token);
+        else if (callback)
             callback(std::make_unique<std::vector<SystemSet::SsidInfo>>());
-        });
+    });
 }
 
 void LinuxBackend::resetWifi(SystemSet::ScanCallback const &callback)
@@ -359,13 +403,20 @@ void LinuxBackend::resetWifi(SystemSet::ScanCallback const &callback)
     scanWifi(callback);
 }
 
-void LinuxBackend::connectWifi(SSID const &, std::string const &, SystemSet::ConnectCallback const &callback)
+void LinuxBackend::connectWifi(SSID const &ssid, std::string const &password,
+                               SystemSet::ConnectCallback const &callback)
 {
-    if (callback)
-        post([callback](ServiceBus &, const Token &) {
+    // Network names are bytes: never turned into text on the way.
+    const QByteArray name(ssid.data(), int(qstrnlen(ssid.data(), 32)));
+    const QString secret = QString::fromStdString(password);
+    post([this, name, secret, callback](ServiceBus &, const Token &token) {
+        if (m_nm) {
+            m_nm->connect(name, secret, callback, token);
+        } else if (callback) {
             callback(SystemSet::WIFI_CONNECTING);
             callback(SystemSet::WIFI_OFFLINE);
-        });
+        }
+    });
 }
 
 // The machine's own settings.

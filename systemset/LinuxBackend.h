@@ -4,6 +4,7 @@
 #include "systemset/Backlight.h"
 #include "systemset/Beeper.h"
 #include "systemset/LinuxSettings.h"
+#include "systemset/NetworkState.h"
 
 #include <QStringList>
 #include <QThread>
@@ -18,6 +19,7 @@
 
 namespace HMI {
 
+class NetworkManagerClient;
 class ServiceBus;
 
 /// The system services of an ordinary Linux board: systemd's timedated, localed, hostnamed and logind on
@@ -105,9 +107,10 @@ private:
 
     /// Guards the state below, which the services' signals keep current.
     mutable std::mutex m_mutex;
-    QStringList m_locale; ///< localed's Locale
-    std::string m_serial; ///< hostnamed's hardware serial
-    int m_level = 1;      ///< the level last set, for a board without a backlight
+    QStringList m_locale;   ///< localed's Locale
+    std::string m_serial;   ///< hostnamed's hardware serial
+    NetworkState m_network; ///< NetworkManager's devices and access points
+    int m_level = 1;        ///< the level last set, for a board without a backlight
     mutable std::set<std::string> m_reported;
 
     mutable std::condition_variable m_idle;
@@ -119,7 +122,8 @@ private:
     mutable std::deque<Task> m_tasks;
 
     QThread m_thread;
-    ServiceBus *m_bus = nullptr; ///< lives in m_thread
+    ServiceBus *m_bus = nullptr;                ///< lives in m_thread
+    std::unique_ptr<NetworkManagerClient> m_nm; ///< used in m_thread only
 };
 
 } // namespace HMI

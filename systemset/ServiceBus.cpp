@@ -41,6 +41,7 @@ void ServiceBus::close()
 {
     qDeleteAll(findChildren<QObject *>(QString(), Qt::FindDirectChildrenOnly));
     m_watched.clear();
+    m_listeners.clear();
     if (m_bus.isConnected() || !m_bus.name().isEmpty()) {
         m_bus = QDBusConnection(QString());
         QDBusConnection::disconnectFromBus(m_name);
@@ -96,6 +97,23 @@ void ServiceBus::propertiesChanged(const QDBusMessage &message)
     const auto handler = m_watched.constFind(watchKey(message.path(), arguments.at(0).toString()));
     if (handler != m_watched.constEnd())
         (*handler)(qdbus_cast<QVariantMap>(arguments.at(1)));
+}
+
+void ServiceBus::listen(const QString &service, const QString &path, const QString &interface,
+                        const QString &name, std::function<void(const QDBusMessage &)> arrived)
+{
+    const QString key = watchKey(path, interface) + QLatin1Char(' ') + name;
+    if (!m_listeners.contains(key))
+        m_bus.connect(service, path, interface, name, this, SLOT(signalArrived(QDBusMessage)));
+    m_listeners.insert(key, std::move(arrived));
+}
+
+void ServiceBus::signalArrived(const QDBusMessage &message)
+{
+    const auto listener = m_listeners.constFind(watchKey(message.path(), message.interface()) +
+                                                QLatin1Char(' ') + message.member());
+    if (listener != m_listeners.constEnd())
+        (*listener)(message);
 }
 
 void ServiceBus::reportOnce(const QString &kind, const QString &text)

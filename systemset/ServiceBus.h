@@ -41,16 +41,22 @@ public:
     void watch(const QString &service, const QString &path, const QString &interface, Changed changed,
                const std::shared_ptr<void> &untilRead);
 
+    /// Calls @p arrived with every signal @p name of @p interface that the object at @p path sends.
+    void listen(const QString &service, const QString &path, const QString &interface, const QString &name,
+                std::function<void(const QDBusMessage &)> arrived);
+
     /// Prints "linux backend: @p text" on stderr unless a problem of @p kind was printed before.
     void reportOnce(const QString &kind, const QString &text);
 
 private Q_SLOTS:
     void propertiesChanged(const QDBusMessage &message);
+    void signalArrived(const QDBusMessage &message);
 
 private:
     QString m_name;
     QDBusConnection m_bus{QString()};
-    QHash<QString, Changed> m_watched; ///< by path and interface
+    QHash<QString, Changed> m_watched;                                     ///< by path and interface
+    QHash<QString, std::function<void(const QDBusMessage &)>> m_listeners; ///< by path, interface and name
     QSet<QString> m_reported;
 };
 

@@ -20,7 +20,7 @@ protected:
     void setupChildProcess() override { ::prctl(PR_SET_PDEATHSIG, SIGTERM); }
 };
 
-const QString python = QStringLiteral("/usr/bin/python3");
+const QString pythonProgram = QStringLiteral("/usr/bin/python3");
 const QString mockInterface = QStringLiteral("org.freedesktop.DBus.Mock");
 
 } // namespace
@@ -47,11 +47,11 @@ DbusMock::~DbusMock()
 bool DbusMock::start(QString *why)
 {
     QProcess probe;
-    probe.start(python, {QStringLiteral("-c"), QStringLiteral("import dbusmock")});
+    probe.start(pythonProgram, {QStringLiteral("-c"), QStringLiteral("import dbusmock")});
     if (!probe.waitForFinished(20000) || probe.exitStatus() != QProcess::NormalExit ||
         probe.exitCode() != 0) {
         *why = QStringLiteral("%1 with the dbusmock module cannot run here (%2)")
-                   .arg(python,
+                   .arg(pythonProgram,
                         QString::fromLocal8Bit(probe.readAllStandardError()).trimmed() + probe.errorString());
         return false;
     }
@@ -98,7 +98,7 @@ bool DbusMock::startMock(const QString &service, const QStringList &arguments)
     auto process = std::make_unique<ChildProcess>();
     process->setStandardOutputFile(QProcess::nullDevice());
     process->setStandardErrorFile(m_dir.filePath(service + QStringLiteral(".err")));
-    process->start(python, QStringList{QStringLiteral("-m"), QStringLiteral("dbusmock"),
+    process->start(pythonProgram, QStringList{QStringLiteral("-m"), QStringLiteral("dbusmock"),
                                        QStringLiteral("--system"), QStringLiteral("--logfile"), log} +
                                arguments);
     if (!process->waitForStarted(10000))
@@ -180,4 +180,17 @@ bool DbusMock::startSystemServices(const QString &serial, const QString &locale)
            startPlain(localed, QStringLiteral("/org/freedesktop/locale1"), localed) &&
            mock(localed, QStringLiteral("/org/freedesktop/locale1"), QStringLiteral("AddProperty"),
                 {localed, QStringLiteral("Locale"), QVariant::fromValue(QDBusVariant(QStringList{locale}))});
+}
+
+bool DbusMock::python(const QString &code)
+{
+    const QString preamble = QStringLiteral(
+        "import dbus, os\n"
+        "bus = dbus.bus.BusConnection(os.environ['DBUS_SYSTEM_BUS_ADDRESS'])\n"
+        "def mock(service, path):\n"
+        "    return dbus.Interface(bus.get_object(service, path), 'org.freedesktop.DBus.Mock')\n");
+    QProcess run;
+    run.setProcessChannelMode(QProcess::ForwardedChannels);
+    run.start(pythonProgram, {QStringLiteral("-c"), preamble + code});
+    return run.waitForFinished(20000) && run.exitStatus() == QProcess::NormalExit && run.exitCode() == 0;
 }

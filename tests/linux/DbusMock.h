@@ -39,6 +39,10 @@ public:
     bool mock(const QString &service, const QString &path, const QString &method,
               const QVariantList &arguments);
 
+    /// Runs @p code in python3 with `bus` (the private bus) and `mock(service, path)` (the mock interface of
+    /// an object there), for what QtDBus makes awkward: nested dictionaries, byte arrays, signals.
+    bool python(const QString &code);
+
     /// The method calls logged by the mock of @p service since the last forget(), each "Method arg arg" with
     /// dbusmock's rendering of the arguments (True, False, numbers, "strings"); property reads and writes and
     /// the signals are left out.

@@ -1,0 +1,439 @@
+#include "systemset/NetworkManagerClient.h"
+
+#include "systemset/ServiceBus.h"
+
+#include <QDBusArgument>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <QTimer>
+
+#include <algorithm>
+
+using ConnectionSettings = QMap<QString, QVariantMap>;
+Q_DECLARE_METATYPE(ConnectionSettings)
+
+namespace HMI {
+
+namespace {
+
+const QString nm = QStringLiteral("org.freedesktop.NetworkManager");
+const QString nmPath = QStringLiteral("/org/freedesktop/NetworkManager");
+const QString deviceInterface = QStringLiteral("org.freedesktop.NetworkManager.Device");
+const QString wiredInterface = QStringLiteral("org.freedesktop.NetworkManager.Device.Wired");
+const QString wirelessInterface = QStringLiteral("org.freedesktop.NetworkManager.Device.Wireless");
+const QString accessPointInterface = QStringLiteral("org.freedesktop.NetworkManager.AccessPoint");
+const QString ip4Interface = QStringLiteral("org.freedesktop.NetworkManager.IP4Config");
+const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+
+constexpr int scanWaitMs = 15000;
+constexpr int connectWaitMs = 30000;
+constexpr unsigned activated = 100;
+constexpr unsigned failed = 120;
+
+QString pathText(const QVariant &value)
+{
+    return value.canConvert<QDBusObjectPath>() ? value.value<QDBusObjectPath>().path() : value.toString();
+}
+
+QList<QVariantMap> mapsOf(const QVariant &value)
+{
+    QList<QVariantMap> maps;
+    if (!value.canConvert<QDBusArgument>())
+        return maps;
+    const QDBusArgument argument = value.value<QDBusArgument>();
+    argument.beginArray();
+    while (!argument.atEnd()) {
+        QVariantMap map;
+        argument >> map;
+        maps << map;
+    }
+    argument.endArray();
+    return maps;
+}
+
+QList<QString> pathsOf(const QDBusMessage &reply)
+{
+    QList<QString> paths;
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return paths;
+    for (const QDBusObjectPath &path : qdbus_cast<QList<QDBusObjectPath>>(reply.arguments().constFirst()))
+        paths << path.path();
+    return paths;
+}
+
+QVariantMap propertiesOf(const QDBusMessage &reply)
+{
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+        return QVariantMap();
+    return qdbus_cast<QVariantMap>(reply.arguments().constFirst());
+}
+
+} // namespace
+
+struct NetworkManagerClient::Attempt
+{
+    SystemSet::ConnectCallback done;
+    Token token;
+    QString device;
+    QTimer *timeout = nullptr;
+};
+
+NetworkManagerClient::NetworkManagerClient(ServiceBus &bus, std::mutex &mutex, NetworkState &state)
+    : m_bus(bus)
+    , m_mutex(mutex)
+    , m_state(state)
+{
+    qDBusRegisterMetaType<ConnectionSettings>();
+}
+
+NetworkManagerClient::~NetworkManagerClient() = default;
+
+void NetworkManagerClient::start(const Token &token)
+{
+    m_bus.watch(
+        nm, nmPath, nm,
+        [this](const QVariantMap &properties) {
+            if (!properties.contains(QStringLiteral("WirelessEnabled")))
+                return;
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_state.wirelessEnabled = properties.value(QStringLiteral("WirelessEnabled")).toBool();
+        },
+        token);
+    m_bus.listen(nm, nmPath, nm, QStringLiteral("DeviceAdded"), [this](const QDBusMessage &message) {
+        if (!message.arguments().isEmpty())
+            addDevice(pathText(message.arguments().constFirst()), nullptr);
+    });
+    m_bus.listen(nm, nmPath, nm, QStringLiteral("DeviceRemoved"), [this](const QDBusMessage &message) {
+        if (message.arguments().isEmpty())
+            return;
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_state.devices.erase(pathText(message.arguments().constFirst()));
+    });
+    m_bus.call(nm, nmPath, nm, QStringLiteral("GetDevices"), {}, [this, token](const QDBusMessage &reply) {
+        for (const QString &path : pathsOf(reply))
+            addDevice(path, token);
+    });
+}
+
+void NetworkManagerClient::addDevice(const QString &path, const Token &token)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_state.devices[path];
+    }
+    // The device's own properties first: its type tells which of its other interfaces to follow.
+    // The handlers stay for the device's life: they hold the start-up token only weakly.
+    const std::weak_ptr<void> starting = token;
+    m_bus.watch(
+        nm, path, deviceInterface,
+        [this, path, starting](const QVariantMap &properties) {
+            updateDevice(path, properties, starting.lock());
+        },
+        token);
+    m_bus.listen(nm, path, deviceInterface, QStringLiteral("StateChanged"),
+                 [this, path](const QDBusMessage &message) { deviceStateChanged(path, message); });
+}
+
+void NetworkManagerClient::updateDevice(const QString &path, const QVariantMap &properties,
+                                        const Token &token)
+{
+    QString ip4Path;
+    bool newType = false;
+    unsigned type = 0;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto it = m_state.devices.find(path);
+        if (it == m_state.devices.end())
+            return;
+        NetworkState::Device &d = it->second;
+        if (properties.contains(QStringLiteral("DeviceType"))) {
+            newType = d.type != properties.value(QStringLiteral("DeviceType")).toUInt();
+            d.type = properties.value(QStringLiteral("DeviceType")).toUInt();
+        }
+        type = d.type;
+        if (properties.contains(QStringLiteral("Interface")))
+            d.interface = properties.value(QStringLiteral("Interface")).toString();
+        if (properties.contains(QStringLiteral("State")))
+            d.state = properties.value(QStringLiteral("State")).toUInt();
+        // NetworkManager spells it "Autoconnect"; some versions of its mock "AutoConnect".
+        for (const QString &key : {QStringLiteral("Autoconnect"), QStringLiteral("AutoConnect")}) {
+            if (properties.contains(key))
+                d.autoconnect = properties.value(key).toBool();
+        }
+        if (properties.contains(QStringLiteral("HwAddress")))
+            d.mac = NetworkState::macOf(properties.value(QStringLiteral("HwAddress")).toString());
+        if (properties.contains(QStringLiteral("ActiveAccessPoint")))
+            d.activeAccessPoint = pathText(properties.value(QStringLiteral("ActiveAccessPoint")));
+        if (properties.contains(QStringLiteral("LastScan")))
+            d.lastScan = properties.value(QStringLiteral("LastScan")).toLongLong();
+        if (properties.contains(QStringLiteral("Ip4Config"))) {
+            ip4Path = pathText(properties.value(QStringLiteral("Ip4Config")));
+            if (ip4Path != d.ip4Path) {
+                d.ip4Path = ip4Path;
+                d.ip4 = NetworkState::Ip4();
+            } else {
+                ip4Path.clear();
+            }
+        }
+    }
+    if (newType && (type == 1 || type == 2)) {
+        const QString typed = type == 1 ? wiredInterface : wirelessInterface;
+        const std::weak_ptr<void> starting = token;
+        m_bus.watch(
+            nm, path, typed,
+            [this, path, starting, type](const QVariantMap &more) {
+                const bool scanEnded = type == 2 && more.contains(QStringLiteral("LastScan"));
+                updateDevice(path, more, starting.lock());
+                if (more.contains(QStringLiteral("ActiveAccessPoint")))
+                    listAccessPoints(path, [] {});
+                if (scanEnded)
+                    finishScans();
+            },
+            token);
+    }
+    if (newType && type == 2) {
+        // The access points are known from the start, and follow the device's own news of them.
+        listAccessPoints(path, [token] {});
+        for (const QString &change :
+             {QStringLiteral("AccessPointAdded"), QStringLiteral("AccessPointRemoved")})
+            m_bus.listen(nm, path, wirelessInterface, change,
+                         [this, path](const QDBusMessage &) { listAccessPoints(path, [] {}); });
+    }
+    if (!ip4Path.isEmpty() && ip4Path != QLatin1String("/"))
+        readIp4(path, ip4Path, token);
+}
+
+void NetworkManagerClient::readIp4(const QString &devicePath, const QString &ip4Path, const Token &token)
+{
+    m_bus.watch(
+        nm, ip4Path, ip4Interface,
+        [this, devicePath, ip4Path](const QVariantMap &properties) {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            const auto it = m_state.devices.find(devicePath);
+            if (it == m_state.devices.end() || it->second.ip4Path != ip4Path)
+                return;
+            NetworkState::Ip4 &ip4 = it->second.ip4;
+            if (properties.contains(QStringLiteral("AddressData"))) {
+                const QList<QVariantMap> addresses = mapsOf(properties.value(QStringLiteral("AddressData")));
+                ip4.address =
+                    addresses.isEmpty()
+                        ? 0
+                        : NetworkState::ipOf(addresses.first().value(QStringLiteral("address")).toString());
+                ip4.mask =
+                    addresses.isEmpty()
+                        ? 0
+                        : NetworkState::maskOf(addresses.first().value(QStringLiteral("prefix")).toInt());
+            }
+            if (properties.contains(QStringLiteral("Gateway")))
+                ip4.gateway = NetworkState::ipOf(properties.value(QStringLiteral("Gateway")).toString());
+            if (properties.contains(QStringLiteral("NameserverData"))) {
+                const QList<QVariantMap> servers = mapsOf(properties.value(QStringLiteral("NameserverData")));
+                ip4.dns.first =
+                    servers.size() > 0
+                        ? NetworkState::ipOf(servers.at(0).value(QStringLiteral("address")).toString())
+                        : 0;
+                ip4.dns.second =
+                    servers.size() > 1
+                        ? NetworkState::ipOf(servers.at(1).value(QStringLiteral("address")).toString())
+                        : 0;
+            }
+        },
+        token);
+}
+
+void NetworkManagerClient::listAccessPoints(const QString &device, std::function<void()> then)
+{
+    m_bus.call(nm, device, wirelessInterface, QStringLiteral("GetAllAccessPoints"), {},
+               [this, then](const QDBusMessage &reply) {
+                   const QList<QString> paths = pathsOf(reply);
+                   {
+                       const std::lock_guard<std::mutex> lock(m_mutex);
+                       for (auto it = m_state.accessPoints.begin(); it != m_state.accessPoints.end();)
+                           it = paths.contains(it->first) ? std::next(it) : m_state.accessPoints.erase(it);
+                   }
+                   auto left = std::make_shared<int>(int(paths.size()));
+                   if (paths.isEmpty())
+                       then();
+                   for (const QString &path : paths) {
+                       m_bus.call(nm, path, propertiesInterface, QStringLiteral("GetAll"),
+                                  {accessPointInterface},
+                                  [this, path, left, then](const QDBusMessage &apReply) {
+                                      const QVariantMap p = propertiesOf(apReply);
+                                      if (!p.isEmpty()) {
+                                          NetworkState::AccessPoint ap;
+                                          ap.ssid = p.value(QStringLiteral("Ssid")).toByteArray();
+                                          ap.strength = int(p.value(QStringLiteral("Strength")).toUInt());
+                                          ap.flags = p.value(QStringLiteral("Flags")).toUInt();
+                                          ap.wpaFlags = p.value(QStringLiteral("WpaFlags")).toUInt();
+                                          ap.rsnFlags = p.value(QStringLiteral("RsnFlags")).toUInt();
+                                          const std::lock_guard<std::mutex> lock(m_mutex);
+                                          m_state.accessPoints[path] = ap;
+                                      }
+                                      if (--*left == 0)
+                                          then();
+                                  });
+                   }
+               });
+}
+
+void NetworkManagerClient::scan(SystemSet::ScanCallback done, const Token &token)
+{
+    QString device;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        device = m_state.pathOf(SystemSet::NIC_WIFI);
+    }
+    if (device.isEmpty()) {
+        if (done)
+            done(std::make_unique<std::vector<SystemSet::SsidInfo>>());
+        return;
+    }
+    m_scans.push_back({std::move(done), token});
+    if (!m_scanTimeout) {
+        m_scanTimeout = new QTimer(&m_bus);
+        m_scanTimeout->setSingleShot(true);
+        QObject::connect(m_scanTimeout, &QTimer::timeout, &m_bus, [this] { finishScans(); });
+    }
+    if (!m_scanTimeout->isActive())
+        m_scanTimeout->start(scanWaitMs);
+    // A refused scan (one is under way, or scanning is not allowed) still ends with the list as it is.
+    m_bus.call(nm, device, wirelessInterface, QStringLiteral("RequestScan"), {QVariantMap()},
+               [this](const QDBusMessage &reply) {
+                   if (reply.type() == QDBusMessage::ErrorMessage)
+                       finishScans();
+               });
+}
+
+void NetworkManagerClient::finishScans()
+{
+    if (m_scans.empty())
+        return;
+    if (m_scanTimeout)
+        m_scanTimeout->stop();
+    std::vector<PendingScan> waiting;
+    waiting.swap(m_scans);
+    QString device;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        device = m_state.pathOf(SystemSet::NIC_WIFI);
+    }
+    auto callers = std::make_shared<std::vector<PendingScan>>(std::move(waiting));
+    listAccessPoints(device, [this, callers] {
+        std::vector<SystemSet::SsidInfo> list;
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            for (const auto &[path, ap] : m_state.accessPoints) {
+                if (ap.ssid.isEmpty())
+                    continue;
+                const auto same = std::find_if(list.begin(), list.end(), [&](const SystemSet::SsidInfo &i) {
+                    return QByteArray(i.ssid.data(), int(qstrnlen(i.ssid.data(), 32))) == ap.ssid.left(32);
+                });
+                if (same != list.end() && same->signal >= ap.strength)
+                    continue;
+                SystemSet::SsidInfo info;
+                std::copy_n(ap.ssid.constData(), std::min(ap.ssid.size(), 32), info.ssid.begin());
+                info.signal = static_cast<std::uint8_t>(std::clamp(ap.strength, 0, 100));
+                info.encrypted = ap.secured() ? 1 : 0;
+                if (same != list.end())
+                    *same = info;
+                else
+                    list.push_back(info);
+            }
+        }
+        for (const PendingScan &caller : *callers) {
+            if (caller.done)
+                caller.done(std::make_unique<std::vector<SystemSet::SsidInfo>>(list));
+        }
+    });
+}
+
+void NetworkManagerClient::connect(const QByteArray &ssid, const QString &password,
+                                   SystemSet::ConnectCallback done, const Token &token)
+{
+    if (done)
+        done(SystemSet::WIFI_CONNECTING);
+    if (m_attempt) // a new attempt replaces the one under way, which ends unconnected
+        endAttempt(SystemSet::WIFI_OFFLINE);
+    QString device;
+    QString accessPoint = QStringLiteral("/");
+    bool secured = !password.isEmpty();
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        device = m_state.pathOf(SystemSet::NIC_WIFI);
+        int strongest = -1;
+        for (const auto &[path, ap] : m_state.accessPoints) {
+            if (ap.ssid == ssid && ap.strength > strongest) {
+                strongest = ap.strength;
+                accessPoint = path;
+                secured = ap.secured();
+            }
+        }
+    }
+    if (device.isEmpty()) {
+        if (done)
+            done(SystemSet::WIFI_OFFLINE);
+        return;
+    }
+    m_attempt = std::make_unique<Attempt>();
+    m_attempt->done = std::move(done);
+    m_attempt->token = token;
+    m_attempt->device = device;
+    m_attempt->timeout = new QTimer(&m_bus);
+    m_attempt->timeout->setSingleShot(true);
+    QObject::connect(m_attempt->timeout, &QTimer::timeout, &m_bus,
+                     [this] { endAttempt(SystemSet::WIFI_TIMEOUT); });
+    m_attempt->timeout->start(connectWaitMs);
+
+    ConnectionSettings settings;
+    settings[QStringLiteral("connection")] =
+        QVariantMap{{QStringLiteral("type"), QStringLiteral("802-11-wireless")},
+                    {QStringLiteral("id"), QString::fromUtf8(ssid)}};
+    settings[QStringLiteral("802-11-wireless")] = QVariantMap{{QStringLiteral("ssid"), ssid}};
+    if (secured)
+        settings[QStringLiteral("802-11-wireless-security")] = QVariantMap{
+            {QStringLiteral("key-mgmt"), QStringLiteral("wpa-psk")}, {QStringLiteral("psk"), password}};
+    Attempt *attempt = m_attempt.get();
+    m_bus.call(nm, nmPath, nm, QStringLiteral("AddAndActivateConnection"),
+               {QVariant::fromValue(settings), QVariant::fromValue(QDBusObjectPath(device)),
+                QVariant::fromValue(QDBusObjectPath(accessPoint))},
+               [this, attempt](const QDBusMessage &reply) {
+                   if (reply.type() == QDBusMessage::ErrorMessage && m_attempt.get() == attempt)
+                       endAttempt(SystemSet::WIFI_OFFLINE);
+               });
+}
+
+void NetworkManagerClient::deviceStateChanged(const QString &path, const QDBusMessage &message)
+{
+    const QVariantList arguments = message.arguments();
+    if (arguments.size() < 3)
+        return;
+    const unsigned state = arguments.at(0).toUInt();
+    const unsigned reason = arguments.at(2).toUInt();
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto it = m_state.devices.find(path);
+        if (it != m_state.devices.end())
+            it->second.state = state;
+    }
+    if (!m_attempt || m_attempt->device != path)
+        return;
+    if (state == activated) {
+        listAccessPoints(path, [] {});
+        endAttempt(SystemSet::WIFI_CONNECTED);
+    } else if (state == failed) {
+        // 7: the secrets were refused; 8: the supplicant gave up on them; 53: no such network.
+        endAttempt(reason == 7 || reason == 8 ? SystemSet::WIFI_WRONG_PASSWORD : SystemSet::WIFI_OFFLINE);
+    }
+}
+
+void NetworkManagerClient::endAttempt(SystemSet::StateWifi outcome)
+{
+    const std::unique_ptr<Attempt> attempt = std::move(m_attempt);
+    if (!attempt)
+        return;
+    delete attempt->timeout;
+    if (attempt->done)
+        attempt->done(outcome);
+}
+
+} // namespace HMI
