@@ -241,15 +241,31 @@ bool LinuxBackend::isNicEnabled(NIC nic) const
 
 void LinuxBackend::enableNIC(NIC, bool, bool) {}
 
-bool LinuxBackend::isDhcpOn(NIC) const
+bool LinuxBackend::isDhcpOn(NIC nic) const
 {
-    return false;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const NetworkState::Device *d = m_network.device(nic);
+    return d && d->dhcp;
 }
 
-void LinuxBackend::setDHCP(NIC, bool, SystemSet::DhcpCallback const &callback, bool)
+void LinuxBackend::setDHCP(NIC nic, bool on, SystemSet::DhcpCallback const &callback, bool persist)
 {
-    if (callback)
-        post([callback](ServiceBus &, const Token &) { callback(SystemSet::DHCP_FAILED); });
+    post([this, nic, on, callback, persist](ServiceBus &, const Token &token) {
+        const auto done = [callback](bool ok) {
+            if (callback)
+                callback(ok ? SystemSet::DHCP_OK : SystemSet::DHCP_FAILED);
+        };
+        if (!m_nm) {
+            done(false);
+            return;
+        }
+        m_nm->changeIpv4(
+            nic,
+            [on](QVariantMap &ipv4) {
+                ipv4.insert(QStringLiteral("method"), on ? QStringLiteral("auto") : QStringLiteral("manual"));
+            },
+            persist, true, done, token);
+    });
 }
 
 IP LinuxBackend::getIp(NIC nic) const
@@ -273,26 +289,69 @@ IP LinuxBackend::getGateway(NIC nic) const
     return d && d->state == 100 ? d->ip4.gateway : 0;
 }
 
-IP LinuxBackend::getIpFromEE(NIC) const
+IP LinuxBackend::getIpFromEE(NIC nic) const
 {
-    return 0;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const NetworkState::Device *d = m_network.device(nic);
+    return d ? d->stored.address : 0;
 }
 
-IP LinuxBackend::getSubnetMaskFromEE(NIC) const
+IP LinuxBackend::getSubnetMaskFromEE(NIC nic) const
 {
-    return 0;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const NetworkState::Device *d = m_network.device(nic);
+    return d ? d->stored.mask : 0;
 }
 
-IP LinuxBackend::getGatewayFromEE(NIC) const
+IP LinuxBackend::getGatewayFromEE(NIC nic) const
 {
-    return 0;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const NetworkState::Device *d = m_network.device(nic);
+    return d ? d->stored.gateway : 0;
 }
 
-void LinuxBackend::setIp(NIC, IP, bool) {}
+void LinuxBackend::changeStatic(NIC nic, std::function<void(NetworkState::Ip4 &)> edit, bool persist)
+{
+    post([this, nic, edit, persist](ServiceBus &, const Token &token) {
+        if (!m_nm)
+            return;
+        m_nm->changeIpv4(
+            nic,
+            [edit](QVariantMap &ipv4) {
+                // From the profile as it is now: the change before this one may have written it.
+                NetworkState::Ip4 stored;
+                const QList<QVariantMap> addresses = NetworkManagerClient::addressesOf(ipv4);
+                if (!addresses.isEmpty()) {
+                    stored.address =
+                        NetworkState::ipOf(addresses.first().value(QStringLiteral("address")).toString());
+                    stored.mask =
+                        NetworkState::maskOf(addresses.first().value(QStringLiteral("prefix")).toInt());
+                }
+                stored.gateway = NetworkState::ipOf(ipv4.value(QStringLiteral("gateway")).toString());
+                edit(stored);
+                NetworkManagerClient::setStatic(ipv4, stored);
+            },
+            persist, false, nullptr, token);
+    });
+}
 
-void LinuxBackend::setSubnetMask(NIC, IP, bool) {}
+void LinuxBackend::setIp(NIC nic, IP ip, bool persist)
+{
+    changeStatic(
+        nic, [ip](NetworkState::Ip4 &s) { s.address = ip; }, persist);
+}
 
-void LinuxBackend::setGateway(NIC, IP, bool) {}
+void LinuxBackend::setSubnetMask(NIC nic, IP mask, bool persist)
+{
+    changeStatic(
+        nic, [mask](NetworkState::Ip4 &s) { s.mask = mask; }, persist);
+}
+
+void LinuxBackend::setGateway(NIC nic, IP gateway, bool persist)
+{
+    changeStatic(
+        nic, [gateway](NetworkState::Ip4 &s) { s.gateway = gateway; }, persist);
+}
 
 MAC LinuxBackend::getMac(NIC nic) const
 {

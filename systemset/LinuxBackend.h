@@ -98,6 +98,8 @@ private:
     void startWatching(ServiceBus &bus, const Token &token);
     void setTime(ServiceBus &bus, qlonglong usec, bool ntpTurnedOff, const Token &token);
     void reportOnce(const std::string &kind, const std::string &text) const;
+    /// Changes the static IPv4 settings of @p nic's profile with @p edit.
+    void changeStatic(NIC nic, std::function<void(NetworkState::Ip4 &)> edit, bool persist);
 
     std::string m_sysfsRoot;
     mutable LinuxSettings m_settings;

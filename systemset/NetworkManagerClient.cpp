@@ -5,12 +5,16 @@
 #include <QDBusArgument>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
+#include <QHostAddress>
 #include <QTimer>
+#include <QtEndian>
 
 #include <algorithm>
 
 using ConnectionSettings = QMap<QString, QVariantMap>;
+using SettingList = QList<QVariantMap>;
 Q_DECLARE_METATYPE(ConnectionSettings)
+Q_DECLARE_METATYPE(SettingList)
 
 namespace HMI {
 
@@ -24,6 +28,8 @@ const QString wirelessInterface = QStringLiteral("org.freedesktop.NetworkManager
 const QString accessPointInterface = QStringLiteral("org.freedesktop.NetworkManager.AccessPoint");
 const QString ip4Interface = QStringLiteral("org.freedesktop.NetworkManager.IP4Config");
 const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+const QString activeInterface = QStringLiteral("org.freedesktop.NetworkManager.Connection.Active");
+const QString profileInterface = QStringLiteral("org.freedesktop.NetworkManager.Settings.Connection");
 
 constexpr int scanWaitMs = 15000;
 constexpr int connectWaitMs = 30000;
@@ -84,6 +90,8 @@ NetworkManagerClient::NetworkManagerClient(ServiceBus &bus, std::mutex &mutex, N
     , m_state(state)
 {
     qDBusRegisterMetaType<ConnectionSettings>();
+    qDBusRegisterMetaType<SettingList>();
+    qDBusRegisterMetaType<QList<uint>>();
 }
 
 NetworkManagerClient::~NetworkManagerClient() = default;
@@ -139,6 +147,7 @@ void NetworkManagerClient::updateDevice(const QString &path, const QVariantMap &
 {
     QString ip4Path;
     bool newType = false;
+    bool profileChanged = false;
     unsigned type = 0;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -166,6 +175,19 @@ void NetworkManagerClient::updateDevice(const QString &path, const QVariantMap &
             d.activeAccessPoint = pathText(properties.value(QStringLiteral("ActiveAccessPoint")));
         if (properties.contains(QStringLiteral("LastScan")))
             d.lastScan = properties.value(QStringLiteral("LastScan")).toLongLong();
+        if (properties.contains(QStringLiteral("ActiveConnection"))) {
+            const QString active = pathText(properties.value(QStringLiteral("ActiveConnection")));
+            profileChanged = profileChanged || active != d.activeConnection;
+            d.activeConnection = active;
+        }
+        if (properties.contains(QStringLiteral("AvailableConnections"))) {
+            QStringList available;
+            for (const QDBusObjectPath &p :
+                 qdbus_cast<QList<QDBusObjectPath>>(properties.value(QStringLiteral("AvailableConnections"))))
+                available << p.path();
+            profileChanged = profileChanged || available != d.available;
+            d.available = available;
+        }
         if (properties.contains(QStringLiteral("Ip4Config"))) {
             ip4Path = pathText(properties.value(QStringLiteral("Ip4Config")));
             if (ip4Path != d.ip4Path) {
@@ -201,6 +223,187 @@ void NetworkManagerClient::updateDevice(const QString &path, const QVariantMap &
     }
     if (!ip4Path.isEmpty() && ip4Path != QLatin1String("/"))
         readIp4(path, ip4Path, token);
+    if (profileChanged)
+        resolveProfile(path);
+}
+
+void NetworkManagerClient::resolveProfile(const QString &devicePath)
+{
+    QString active;
+    QString available;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto it = m_state.devices.find(devicePath);
+        if (it == m_state.devices.end())
+            return;
+        active = it->second.activeConnection;
+        available = it->second.available.value(0);
+    }
+    // The profile in use, else the first saved one that fits.
+    if (active.isEmpty() || active == QLatin1String("/")) {
+        if (!available.isEmpty())
+            readProfile(devicePath, available);
+        return;
+    }
+    m_bus.call(nm, active, propertiesInterface, QStringLiteral("Get"),
+               {activeInterface, QStringLiteral("Connection")},
+               [this, devicePath, available](const QDBusMessage &reply) {
+                   const QString profile =
+                       reply.type() == QDBusMessage::ReplyMessage && !reply.arguments().isEmpty()
+                           ? pathText(qdbus_cast<QDBusVariant>(reply.arguments().constFirst()).variant())
+                           : available;
+                   if (!profile.isEmpty() && profile != QLatin1String("/"))
+                       readProfile(devicePath, profile);
+               });
+}
+
+void NetworkManagerClient::readProfile(const QString &devicePath, const QString &profile)
+{
+    m_bus.call(nm, profile, profileInterface, QStringLiteral("GetSettings"), {},
+               [this, devicePath, profile](const QDBusMessage &reply) {
+                   if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+                       return;
+                   const auto settings = qdbus_cast<ConnectionSettings>(reply.arguments().constFirst());
+                   const QVariantMap ipv4 = settings.value(QStringLiteral("ipv4"));
+                   NetworkState::Ip4 stored;
+                   const QList<QVariantMap> addresses = mapsOf(ipv4.value(QStringLiteral("address-data")));
+                   if (!addresses.isEmpty()) {
+                       stored.address =
+                           NetworkState::ipOf(addresses.first().value(QStringLiteral("address")).toString());
+                       stored.mask =
+                           NetworkState::maskOf(addresses.first().value(QStringLiteral("prefix")).toInt());
+                   }
+                   stored.gateway = NetworkState::ipOf(ipv4.value(QStringLiteral("gateway")).toString());
+                   const QList<uint> dns = qdbus_cast<QList<uint>>(ipv4.value(QStringLiteral("dns")));
+                   // Addresses in the profile's "dns" are in network byte order.
+                   stored.dns = {dns.size() > 0 ? qFromBigEndian(dns.at(0)) : 0,
+                                 dns.size() > 1 ? qFromBigEndian(dns.at(1)) : 0};
+                   const std::lock_guard<std::mutex> lock(m_mutex);
+                   const auto it = m_state.devices.find(devicePath);
+                   if (it == m_state.devices.end())
+                       return;
+                   it->second.profile = profile;
+                   it->second.dhcp =
+                       ipv4.value(QStringLiteral("method"), QStringLiteral("auto")).toString() ==
+                       QLatin1String("auto");
+                   it->second.stored = stored;
+               });
+}
+
+void NetworkManagerClient::changeIpv4(int nic, std::function<void(QVariantMap &)> edit, bool persist,
+                                      bool activate, std::function<void(bool)> done, const Token &token)
+{
+    m_changes.push_back({nic, std::move(edit), persist, activate, std::move(done), token});
+    if (!m_changing)
+        nextChange();
+}
+
+void NetworkManagerClient::nextChange()
+{
+    if (m_changes.empty()) {
+        m_changing = false;
+        return;
+    }
+    m_changing = true;
+    const Change &change = m_changes.front();
+    QString device;
+    QString profile;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        device = m_state.pathOf(change.nic);
+        const auto it = m_state.devices.find(device);
+        profile = it == m_state.devices.end() ? QString() : it->second.profile;
+    }
+    if (profile.isEmpty()) {
+        m_bus.reportOnce(
+            QStringLiteral("no profile %1").arg(change.nic),
+            QStringLiteral("adapter %1 has no NetworkManager profile to change").arg(change.nic));
+        endChange(false);
+        return;
+    }
+    m_bus.call(nm, profile, profileInterface, QStringLiteral("GetSettings"), {},
+               [this, device, profile](const QDBusMessage &reply) {
+                   if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
+                       endChange(false);
+                       return;
+                   }
+                   const Change &change = m_changes.front();
+                   auto settings = qdbus_cast<ConnectionSettings>(reply.arguments().constFirst());
+                   QVariantMap ipv4 = settings.value(QStringLiteral("ipv4"));
+                   change.edit(ipv4);
+                   settings.insert(QStringLiteral("ipv4"), ipv4);
+                   const bool activate = change.activate;
+                   m_bus.call(nm, profile, profileInterface,
+                              change.persist ? QStringLiteral("Update") : QStringLiteral("UpdateUnsaved"),
+                              {QVariant::fromValue(settings)},
+                              [this, device, profile, activate](const QDBusMessage &updated) {
+                                  if (updated.type() != QDBusMessage::ReplyMessage) {
+                                      endChange(false);
+                                      return;
+                                  }
+                                  readProfile(device, profile);
+                                  if (activate) {
+                                      m_bus.call(nm, nmPath, nm, QStringLiteral("ActivateConnection"),
+                                                 {QVariant::fromValue(QDBusObjectPath(profile)),
+                                                  QVariant::fromValue(QDBusObjectPath(device)),
+                                                  QVariant::fromValue(QDBusObjectPath(QStringLiteral("/")))},
+                                                 [this, device](const QDBusMessage &activated) {
+                                                     if (activated.type() != QDBusMessage::ReplyMessage)
+                                                         endChange(false);
+                                                     else
+                                                         waitForActivation(device);
+                                                 });
+                                      return;
+                                  }
+                                  m_bus.call(nm, device, deviceInterface, QStringLiteral("Reapply"),
+                                             {QVariant::fromValue(ConnectionSettings()), qulonglong(0), 0u},
+                                             [this](const QDBusMessage &) { endChange(true); });
+                              });
+               });
+}
+
+QList<QVariantMap> NetworkManagerClient::addressesOf(const QVariantMap &ipv4)
+{
+    return mapsOf(ipv4.value(QStringLiteral("address-data")));
+}
+
+void NetworkManagerClient::setStatic(QVariantMap &ipv4, const NetworkState::Ip4 &stored)
+{
+    int prefix = 0;
+    for (IP m = stored.mask; m & 0x80000000u; m <<= 1)
+        ++prefix;
+    ipv4.remove(QStringLiteral("addresses"));
+    ipv4.insert(QStringLiteral("address-data"),
+                QVariant::fromValue(SettingList{
+                    QVariantMap{{QStringLiteral("address"), QHostAddress(stored.address).toString()},
+                                {QStringLiteral("prefix"), uint(prefix)}}}));
+    ipv4.insert(QStringLiteral("gateway"), QHostAddress(stored.gateway).toString());
+}
+
+void NetworkManagerClient::waitForActivation(const QString &device)
+{
+    // The device's state tells: activated, failed, or nothing within the time allowed.
+    m_activating = device;
+    if (!m_activationTimeout) {
+        m_activationTimeout = new QTimer(&m_bus);
+        m_activationTimeout->setSingleShot(true);
+        QObject::connect(m_activationTimeout, &QTimer::timeout, &m_bus, [this] { endChange(false); });
+    }
+    m_activationTimeout->start(connectWaitMs);
+}
+
+void NetworkManagerClient::endChange(bool ok)
+{
+    if (m_changes.empty())
+        return;
+    const Change change = std::move(m_changes.front());
+    m_changes.erase(m_changes.begin());
+    m_activating.clear();
+    if (m_activationTimeout)
+        m_activationTimeout->stop();
+    if (change.done)
+        change.done(ok);
+    nextChange();
 }
 
 void NetworkManagerClient::readIp4(const QString &devicePath, const QString &ip4Path, const Token &token)
@@ -415,6 +618,8 @@ void NetworkManagerClient::deviceStateChanged(const QString &path, const QDBusMe
         if (it != m_state.devices.end())
             it->second.state = state;
     }
+    if (!m_activating.isEmpty() && m_activating == path && (state == activated || state == failed))
+        endChange(state == activated);
     if (!m_attempt || m_attempt->device != path)
         return;
     if (state == activated) {

@@ -40,8 +40,33 @@ public:
     void connect(const QByteArray &ssid, const QString &password, SystemSet::ConnectCallback done,
                  const Token &token);
 
+    /// Changes the IPv4 settings of @p nic's profile with @p edit (the profile's "ipv4" map) and applies them
+    /// (saved when @p persist). @p activate: activate the profile again rather than re-apply it, and call
+    /// @p done with the activation's outcome (true: activated), else with the change's.
+    void changeIpv4(int nic, std::function<void(QVariantMap &ipv4)> edit, bool persist, bool activate,
+                    std::function<void(bool)> done, const Token &token);
+
+    /// The profile's "address-data" in @p ipv4.
+    static QList<QVariantMap> addressesOf(const QVariantMap &ipv4);
+    /// Writes @p stored into @p ipv4 as "address-data" and "gateway", dropping the older "addresses".
+    static void setStatic(QVariantMap &ipv4, const NetworkState::Ip4 &stored);
+
 private:
     struct Attempt;
+    struct Change
+    {
+        int nic = 0;
+        std::function<void(QVariantMap &)> edit;
+        bool persist = false;
+        bool activate = false;
+        std::function<void(bool)> done;
+        Token token;
+    };
+    void resolveProfile(const QString &devicePath);
+    void readProfile(const QString &devicePath, const QString &profile);
+    void nextChange();
+    void waitForActivation(const QString &device);
+    void endChange(bool ok);
     void addDevice(const QString &path, const Token &token);
     void readIp4(const QString &devicePath, const QString &ip4Path, const Token &token);
     void updateDevice(const QString &path, const QVariantMap &properties, const Token &token);
@@ -61,6 +86,12 @@ private:
     std::vector<PendingScan> m_scans;
     QTimer *m_scanTimeout = nullptr;
     std::unique_ptr<Attempt> m_attempt;
+    std::vector<Change> m_changes; ///< one at a time, in order: each reads what the one before wrote
+    bool m_changing = false;
+    /// An activation whose outcome a change waits for: the device, and whom to tell.
+    QString m_activating;
+    std::function<void(bool)> m_activated;
+    QTimer *m_activationTimeout = nullptr;
 };
 
 } // namespace HMI

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QHash>
 #include <QString>
+#include <QStringList>
 
 #include <map>
 #include <utility>
@@ -34,6 +35,11 @@ struct NetworkState
         QString ip4Path; ///< "/" or empty: none
         Ip4 ip4;
         QString activeAccessPoint; ///< Wi-Fi: "/" or empty: none
+        QString activeConnection;  ///< "/" or empty: none
+        QStringList available;     ///< the saved profiles that fit the device
+        QString profile;           ///< the profile in use or to use, empty when none
+        bool dhcp = true;          ///< the profile's ipv4.method is "auto"
+        Ip4 stored;                ///< the profile's static IPv4 settings
         qlonglong lastScan = -1;   ///< Wi-Fi: when the last scan ended
     };
 

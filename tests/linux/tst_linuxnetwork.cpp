@@ -25,6 +25,11 @@ QString ipText(HMI::IP ip)
         .arg(ip & 255);
 }
 
+HMI::IP ipOf(unsigned a, unsigned b, unsigned c, unsigned d)
+{
+    return (a << 24) | (b << 16) | (c << 8) | d;
+}
+
 QString ssidText(const HMI::SSID &ssid)
 {
     return QString::fromLatin1(QByteArray(ssid.data(), int(qstrnlen(ssid.data(), 32))).toHex());
@@ -40,16 +45,18 @@ private slots:
     void initTestCase();
     void adaptersAndAddresses();
     void scan();
+    void staticAndDhcp();
     void connectOutcome_data();
     void connectOutcome();
 
 private:
-    bool emitDeviceState(unsigned state, unsigned reason)
+    /// The device reports its new state and the reason, as NetworkManager does.
+    bool emitDeviceState(unsigned state, unsigned reason, const QString &device = QStringLiteral("wlan0dev"))
     {
         return m_mock.python(
-            QStringLiteral("mock('%1', '%2wlan0dev').EmitSignal('org.freedesktop.NetworkManager.Device', "
-                           "'StateChanged', 'uuu', [dbus.UInt32(%3), dbus.UInt32(50), dbus.UInt32(%4)])")
-                .arg(nm, devices)
+            QStringLiteral("mock('%1', '%2%3').EmitSignal('org.freedesktop.NetworkManager.Device', "
+                           "'StateChanged', 'uuu', [dbus.UInt32(%4), dbus.UInt32(50), dbus.UInt32(%5)])")
+                .arg(nm, devices, device)
                 .arg(state)
                 .arg(reason));
     }
@@ -96,11 +103,11 @@ void tst_LinuxNetwork::initTestCase()
         "'org.freedesktop.NetworkManager.AccessPoint', 'Ssid', dbus.ByteArray(b'caf\\xe9', "
         "variant_level=1))\n")));
     // The template's connections activate at once: here the device reports the outcome, as each row says.
-    QVERIFY(m_mock.python(QStringLiteral(
-        "mock('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager').AddMethod("
-        "'org.freedesktop.NetworkManager', 'AddAndActivateConnection', 'a{sa{sv}}oo', 'oo', "
-        "'ret = (dbus.ObjectPath(\"/org/freedesktop/NetworkManager/Settings/1\"), "
-        "dbus.ObjectPath(\"/org/freedesktop/NetworkManager/ActiveConnection/1\"))')")));
+    QVERIFY(m_mock.python(
+        QStringLiteral("mock('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager').AddMethod("
+                       "'org.freedesktop.NetworkManager', 'AddAndActivateConnection', 'a{sa{sv}}oo', 'oo', "
+                       "'ret = (dbus.ObjectPath(\"/org/freedesktop/NetworkManager/Settings/1\"), "
+                       "dbus.ObjectPath(\"/org/freedesktop/NetworkManager/ActiveConnection/1\"))')")));
     qputenv("QSP_PANEL", "linux");
     m_system = std::make_unique<HMI::SystemSet>();
 }
@@ -151,6 +158,56 @@ void tst_LinuxNetwork::scan()
     rows.sort();
     QCOMPARE(rows, (QStringList{QStringLiteral("4775657374 55 0"), QStringLiteral("4f6666696365 70 1"),
                                 QStringLiteral("636166e9 30 1")}));
+}
+
+void tst_LinuxNetwork::staticAndDhcp()
+{
+    using S = HMI::SystemSet;
+    // eth0 gets a saved profile with a static address.
+    QVERIFY(m_mock.python(QStringLiteral(
+        "s = dbus.Interface(bus.get_object('org.freedesktop.NetworkManager', "
+        "'/org/freedesktop/NetworkManager/Settings'), "
+        "'org.freedesktop.NetworkManager.Settings')\n"
+        "p = s.AddConnection({'connection': {'id': 'Wired', 'type': '802-3-ethernet'}, 'ipv4': {'method': "
+        "'manual', "
+        "'address-data': dbus.Array([{'address': '10.0.0.5', 'prefix': dbus.UInt32(24)}], "
+        "signature='a{sv}'), "
+        "'gateway': '10.0.0.1'}})\n"
+        "d = '/org/freedesktop/NetworkManager/Devices/eth0dev'\n"
+        "mock('org.freedesktop.NetworkManager', d).AddMethod('org.freedesktop.NetworkManager.Device', "
+        "'Reapply', "
+        "'a{sa{sv}}tu', '', '')\n"
+        "mock('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager').SetProperty(d, "
+        "'org.freedesktop.NetworkManager.Device', 'AvailableConnections', dbus.Array([p], signature='o', "
+        "variant_level=1))\n")));
+    QTRY_COMPARE(ipText(m_system->getIpFromEE(S::NIC_LAN0)), QStringLiteral("10.0.0.5"));
+    QVERIFY(!m_system->isDhcpOn(S::NIC_LAN0));
+
+    // Address, mask and gateway typed one after the other: each change starts from the one before.
+    m_mock.forget(nm);
+    m_system->setIp(S::NIC_LAN0, ipOf(10, 0, 0, 9), true);
+    m_system->setSubnetMask(S::NIC_LAN0, ipOf(255, 255, 0, 0), true);
+    m_system->setGateway(S::NIC_LAN0, ipOf(10, 0, 0, 254), true);
+    QTRY_COMPARE(m_mock.calls(nm).filter(QStringLiteral("Reapply")).size(), 3);
+    const QString last = m_mock.calls(nm).filter(QStringLiteral("Update {")).constLast();
+    for (const char *part : {R"("address": "10.0.0.9")", R"("prefix": 16)", R"("gateway": "10.0.0.254")"})
+        QVERIFY2(last.contains(QLatin1String(part)), qPrintable(last));
+    QTRY_COMPARE(ipText(m_system->getGatewayFromEE(S::NIC_LAN0)), QStringLiteral("10.0.0.254"));
+    QCOMPARE(ipText(m_system->getIpFromEE(S::NIC_LAN0)), QStringLiteral("10.0.0.9"));
+
+    // DHCP on: saved, the profile activated again, and the device's state is the outcome.
+    auto outcome = std::make_shared<std::atomic<int>>(-1);
+    m_system->setDHCP(
+        S::NIC_LAN0, true, [outcome](S::DHCP_STATE s) { *outcome = s; }, true);
+    QTRY_VERIFY(!m_mock.calls(nm).filter(QStringLiteral("ActivateConnection")).isEmpty());
+    QVERIFY(m_mock.calls(nm)
+                .filter(QStringLiteral("Update {"))
+                .constLast()
+                .contains(QLatin1String(R"("method": "auto")")));
+    QCOMPARE(outcome->load(), -1);
+    QVERIFY(emitDeviceState(100u, 0u, QStringLiteral("eth0dev")));
+    QTRY_COMPARE(outcome->load(), int(S::DHCP_OK));
+    QTRY_VERIFY(m_system->isDhcpOn(S::NIC_LAN0));
 }
 
 void tst_LinuxNetwork::connectOutcome_data()
