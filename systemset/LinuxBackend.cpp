@@ -13,6 +13,7 @@
 #include <QHostAddress>
 #include <QJsonValue>
 #include <QTimer>
+#include <QtEndian>
 
 #include <algorithm>
 #include <chrono>
@@ -213,8 +214,7 @@ bool LinuxBackend::isCallbackThread() const
     return QThread::currentThread() == &m_thread;
 }
 
-// Network adapters: read from NetworkManager. Changing them is not done yet: those calls end as they would
-// with the adapter missing.
+// Network adapters, through NetworkManager.
 
 int LinuxBackend::getAllNIC() const
 {
@@ -239,7 +239,28 @@ bool LinuxBackend::isNicEnabled(NIC nic) const
     return d->autoconnect || (d->state >= 40 && d->state <= 100);
 }
 
-void LinuxBackend::enableNIC(NIC, bool, bool) {}
+void LinuxBackend::enableNIC(NIC nic, bool enable, bool persist)
+{
+    post([this, nic, enable, persist](ServiceBus &bus, const Token &token) {
+        if (nic == SystemSet::NIC_WIFI) {
+            // The radio: NetworkManager keeps this setting itself.
+            bus.call(QStringLiteral("org.freedesktop.NetworkManager"),
+                     QStringLiteral("/org/freedesktop/NetworkManager"),
+                     QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Set"),
+                     {QStringLiteral("org.freedesktop.NetworkManager"), QStringLiteral("WirelessEnabled"),
+                      QVariant::fromValue(QDBusVariant(enable))},
+                     [token](const QDBusMessage &) {});
+            return;
+        }
+        if (!m_nm)
+            return;
+        m_nm->changeProfile(
+            nic, QStringLiteral("connection"),
+            [enable](QVariantMap &connection) { connection.insert(QStringLiteral("autoconnect"), enable); },
+            persist, enable ? NetworkManagerClient::Then::Activate : NetworkManagerClient::Then::Disconnect,
+            nullptr, token);
+    });
+}
 
 bool LinuxBackend::isDhcpOn(NIC nic) const
 {
@@ -259,12 +280,12 @@ void LinuxBackend::setDHCP(NIC nic, bool on, SystemSet::DhcpCallback const &call
             done(false);
             return;
         }
-        m_nm->changeIpv4(
-            nic,
+        m_nm->changeProfile(
+            nic, QStringLiteral("ipv4"),
             [on](QVariantMap &ipv4) {
                 ipv4.insert(QStringLiteral("method"), on ? QStringLiteral("auto") : QStringLiteral("manual"));
             },
-            persist, true, done, token);
+            persist, NetworkManagerClient::Then::Activate, done, token);
     });
 }
 
@@ -315,8 +336,8 @@ void LinuxBackend::changeStatic(NIC nic, std::function<void(NetworkState::Ip4 &)
     post([this, nic, edit, persist](ServiceBus &, const Token &token) {
         if (!m_nm)
             return;
-        m_nm->changeIpv4(
-            nic,
+        m_nm->changeProfile(
+            nic, QStringLiteral("ipv4"),
             [edit](QVariantMap &ipv4) {
                 // From the profile as it is now: the change before this one may have written it.
                 NetworkState::Ip4 stored;
@@ -331,7 +352,7 @@ void LinuxBackend::changeStatic(NIC nic, std::function<void(NetworkState::Ip4 &)
                 edit(stored);
                 NetworkManagerClient::setStatic(ipv4, stored);
             },
-            persist, false, nullptr, token);
+            persist, NetworkManagerClient::Then::Reapply, nullptr, token);
     });
 }
 
@@ -367,7 +388,28 @@ std::pair<IP, IP> LinuxBackend::getDns(NIC nic) const
     return d && d->state == 100 ? d->ip4.dns : std::pair<IP, IP>{0, 0};
 }
 
-void LinuxBackend::setDns(NIC, std::pair<IP, IP> const &) {}
+void LinuxBackend::setDns(NIC nic, std::pair<IP, IP> const &dns)
+{
+    post([this, nic, dns](ServiceBus &, const Token &token) {
+        if (!m_nm)
+            return;
+        m_nm->changeProfile(
+            nic, QStringLiteral("ipv4"),
+            [dns](QVariantMap &ipv4) {
+                // 0.0.0.0 stands for none; the profile keeps its servers in network byte order.
+                QList<uint> servers;
+                for (const IP server : {dns.first, dns.second}) {
+                    if (server)
+                        servers << qToBigEndian(server);
+                }
+                ipv4.insert(QStringLiteral("dns"), QVariant::fromValue(servers));
+                // With DHCP on, the servers the lease brings would come first: these are the ones chosen.
+                ipv4.insert(QStringLiteral("ignore-auto-dns"),
+                            ipv4.value(QStringLiteral("method")).toString() == QLatin1String("auto"));
+            },
+            true, NetworkManagerClient::Then::Reapply, nullptr, token);
+    });
+}
 
 SystemSet::NIC LinuxBackend::getDefaultNIC() const
 {
@@ -459,7 +501,12 @@ void LinuxBackend::scanWifi(SystemSet::ScanCallback const &callback)
 
 void LinuxBackend::resetWifi(SystemSet::ScanCallback const &callback)
 {
-    scanWifi(callback);
+    post([this, callback](ServiceBus &, const Token &token) {
+        if (m_nm)
+            m_nm->reset(callback, token);
+        else if (callback)
+            callback(std::make_unique<std::vector<SystemSet::SsidInfo>>());
+    });
 }
 
 void LinuxBackend::connectWifi(SSID const &ssid, std::string const &password,

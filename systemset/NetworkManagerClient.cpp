@@ -11,9 +11,7 @@
 
 #include <algorithm>
 
-using ConnectionSettings = QMap<QString, QVariantMap>;
 using SettingList = QList<QVariantMap>;
-Q_DECLARE_METATYPE(ConnectionSettings)
 Q_DECLARE_METATYPE(SettingList)
 
 namespace HMI {
@@ -290,10 +288,11 @@ void NetworkManagerClient::readProfile(const QString &devicePath, const QString 
                });
 }
 
-void NetworkManagerClient::changeIpv4(int nic, std::function<void(QVariantMap &)> edit, bool persist,
-                                      bool activate, std::function<void(bool)> done, const Token &token)
+void NetworkManagerClient::changeProfile(int nic, const QString &section,
+                                         std::function<void(QVariantMap &)> edit, bool persist, Then then,
+                                         std::function<void(bool)> done, const Token &token)
 {
-    m_changes.push_back({nic, std::move(edit), persist, activate, std::move(done), token});
+    m_changes.push_back({nic, section, std::move(edit), persist, then, std::move(done), token});
     if (!m_changing)
         nextChange();
 }
@@ -329,37 +328,51 @@ void NetworkManagerClient::nextChange()
                    }
                    const Change &change = m_changes.front();
                    auto settings = qdbus_cast<ConnectionSettings>(reply.arguments().constFirst());
-                   QVariantMap ipv4 = settings.value(QStringLiteral("ipv4"));
-                   change.edit(ipv4);
-                   settings.insert(QStringLiteral("ipv4"), ipv4);
-                   const bool activate = change.activate;
+                   QVariantMap section = settings.value(change.section);
+                   change.edit(section);
+                   settings.insert(change.section, section);
+                   const Then then = change.then;
                    m_bus.call(nm, profile, profileInterface,
                               change.persist ? QStringLiteral("Update") : QStringLiteral("UpdateUnsaved"),
                               {QVariant::fromValue(settings)},
-                              [this, device, profile, activate](const QDBusMessage &updated) {
+                              [this, device, profile, then](const QDBusMessage &updated) {
                                   if (updated.type() != QDBusMessage::ReplyMessage) {
                                       endChange(false);
                                       return;
                                   }
                                   readProfile(device, profile);
-                                  if (activate) {
-                                      m_bus.call(nm, nmPath, nm, QStringLiteral("ActivateConnection"),
-                                                 {QVariant::fromValue(QDBusObjectPath(profile)),
-                                                  QVariant::fromValue(QDBusObjectPath(device)),
-                                                  QVariant::fromValue(QDBusObjectPath(QStringLiteral("/")))},
-                                                 [this, device](const QDBusMessage &activated) {
-                                                     if (activated.type() != QDBusMessage::ReplyMessage)
-                                                         endChange(false);
-                                                     else
-                                                         waitForActivation(device);
-                                                 });
-                                      return;
-                                  }
-                                  m_bus.call(nm, device, deviceInterface, QStringLiteral("Reapply"),
-                                             {QVariant::fromValue(ConnectionSettings()), qulonglong(0), 0u},
-                                             [this](const QDBusMessage &) { endChange(true); });
+                                  apply(then, device, profile);
                               });
                });
+}
+
+void NetworkManagerClient::apply(Then then, const QString &device, const QString &profile)
+{
+    switch (then) {
+    case Then::Activate:
+        m_bus.call(nm, nmPath, nm, QStringLiteral("ActivateConnection"),
+                   {QVariant::fromValue(QDBusObjectPath(profile)),
+                    QVariant::fromValue(QDBusObjectPath(device)),
+                    QVariant::fromValue(QDBusObjectPath(QStringLiteral("/")))},
+                   [this, device](const QDBusMessage &activated) {
+                       if (activated.type() != QDBusMessage::ReplyMessage)
+                           endChange(false);
+                       else
+                           waitForActivation(device);
+                   });
+        return;
+    case Then::Disconnect:
+        m_bus.call(
+            nm, device, deviceInterface, QStringLiteral("Disconnect"), {},
+            [this](const QDBusMessage &reply) { endChange(reply.type() == QDBusMessage::ReplyMessage); });
+        return;
+    case Then::Reapply:
+        m_bus.call(
+            nm, device, deviceInterface, QStringLiteral("Reapply"),
+            {QVariant::fromValue(ConnectionSettings()), qulonglong(0), 0u},
+            [this](const QDBusMessage &reply) { endChange(reply.type() == QDBusMessage::ReplyMessage); });
+        return;
+    }
 }
 
 QList<QVariantMap> NetworkManagerClient::addressesOf(const QVariantMap &ipv4)
@@ -505,6 +518,51 @@ void NetworkManagerClient::scan(SystemSet::ScanCallback done, const Token &token
                    if (reply.type() == QDBusMessage::ErrorMessage)
                        finishScans();
                });
+}
+
+void NetworkManagerClient::reset(SystemSet::ScanCallback done, const Token &token)
+{
+    const QString settingsPath = QStringLiteral("/org/freedesktop/NetworkManager/Settings");
+    const QString settingsInterface = QStringLiteral("org.freedesktop.NetworkManager.Settings");
+    m_bus.call(
+        nm, settingsPath, settingsInterface, QStringLiteral("ListConnections"), {},
+        [this, done, token](const QDBusMessage &reply) {
+            const QList<QString> profiles = pathsOf(reply);
+            auto left = std::make_shared<int>(int(profiles.size()) + 1);
+            const auto then = [this, done, token, left] {
+                if (--*left > 0)
+                    return;
+                QString device;
+                {
+                    const std::lock_guard<std::mutex> lock(m_mutex);
+                    device = m_state.pathOf(SystemSet::NIC_WIFI);
+                }
+                if (device.isEmpty()) {
+                    scan(done, token);
+                    return;
+                }
+                m_bus.call(nm, device, deviceInterface, QStringLiteral("Disconnect"), {},
+                           [this, done, token](const QDBusMessage &) { scan(done, token); });
+            };
+            for (const QString &profile : profiles) {
+                m_bus.call(
+                    nm, profile, profileInterface, QStringLiteral("GetSettings"), {},
+                    [this, profile, then](const QDBusMessage &settings) {
+                        const auto s =
+                            settings.type() == QDBusMessage::ReplyMessage && !settings.arguments().isEmpty()
+                                ? qdbus_cast<ConnectionSettings>(settings.arguments().constFirst())
+                                : ConnectionSettings();
+                        if (s.value(QStringLiteral("connection")).value(QStringLiteral("type")).toString() !=
+                            QLatin1String("802-11-wireless")) {
+                            then();
+                            return;
+                        }
+                        m_bus.call(nm, profile, profileInterface, QStringLiteral("Delete"), {},
+                                   [then](const QDBusMessage &) { then(); });
+                    });
+            }
+            then();
+        });
 }
 
 void NetworkManagerClient::finishScans()

@@ -4,6 +4,8 @@
 #include "systemset/SystemSet.h"
 
 #include <QDBusMessage>
+#include <QMap>
+#include <QMetaType>
 #include <QString>
 #include <QVariantMap>
 
@@ -13,6 +15,10 @@
 #include <vector>
 
 class QTimer;
+
+/// A NetworkManager profile: its sections by name, each a map of its settings.
+using ConnectionSettings = QMap<QString, QVariantMap>;
+Q_DECLARE_METATYPE(ConnectionSettings)
 
 namespace HMI {
 
@@ -40,11 +46,16 @@ public:
     void connect(const QByteArray &ssid, const QString &password, SystemSet::ConnectCallback done,
                  const Token &token);
 
-    /// Changes the IPv4 settings of @p nic's profile with @p edit (the profile's "ipv4" map) and applies them
-    /// (saved when @p persist). @p activate: activate the profile again rather than re-apply it, and call
-    /// @p done with the activation's outcome (true: activated), else with the change's.
-    void changeIpv4(int nic, std::function<void(QVariantMap &ipv4)> edit, bool persist, bool activate,
-                    std::function<void(bool)> done, const Token &token);
+    /// Deletes every saved Wi-Fi profile, disconnects the Wi-Fi device and scans (see scan()).
+    void reset(SystemSet::ScanCallback done, const Token &token);
+
+    /// What follows a change of a profile.
+    enum class Then { Reapply, Activate, Disconnect };
+    /// Changes @p section ("ipv4", "connection") of @p nic's profile with @p edit, saved when @p persist,
+    /// then re-applies it, activates it again or disconnects the device. @p done gets whether it all went
+    /// through; after an activation, whether the device came up (its state 100, not 120, within 30 s).
+    void changeProfile(int nic, const QString &section, std::function<void(QVariantMap &)> edit, bool persist,
+                       Then then, std::function<void(bool)> done, const Token &token);
 
     /// The profile's "address-data" in @p ipv4.
     static QList<QVariantMap> addressesOf(const QVariantMap &ipv4);
@@ -56,15 +67,17 @@ private:
     struct Change
     {
         int nic = 0;
+        QString section;
         std::function<void(QVariantMap &)> edit;
         bool persist = false;
-        bool activate = false;
+        Then then = Then::Reapply;
         std::function<void(bool)> done;
         Token token;
     };
     void resolveProfile(const QString &devicePath);
     void readProfile(const QString &devicePath, const QString &profile);
     void nextChange();
+    void apply(Then then, const QString &device, const QString &profile);
     void waitForActivation(const QString &device);
     void endChange(bool ok);
     void addDevice(const QString &path, const Token &token);

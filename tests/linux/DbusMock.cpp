@@ -99,8 +99,8 @@ bool DbusMock::startMock(const QString &service, const QStringList &arguments)
     process->setStandardOutputFile(QProcess::nullDevice());
     process->setStandardErrorFile(m_dir.filePath(service + QStringLiteral(".err")));
     process->start(pythonProgram, QStringList{QStringLiteral("-m"), QStringLiteral("dbusmock"),
-                                       QStringLiteral("--system"), QStringLiteral("--logfile"), log} +
-                               arguments);
+                                              QStringLiteral("--system"), QStringLiteral("--logfile"), log} +
+                                      arguments);
     if (!process->waitForStarted(10000))
         return false;
     m_mocks.push_back(std::move(process));

@@ -46,6 +46,7 @@ private slots:
     void adaptersAndAddresses();
     void scan();
     void staticAndDhcp();
+    void enableDnsAndReset();
     void connectOutcome_data();
     void connectOutcome();
 
@@ -208,6 +209,59 @@ void tst_LinuxNetwork::staticAndDhcp()
     QVERIFY(emitDeviceState(100u, 0u, QStringLiteral("eth0dev")));
     QTRY_COMPARE(outcome->load(), int(S::DHCP_OK));
     QTRY_VERIFY(m_system->isDhcpOn(S::NIC_LAN0));
+}
+
+void tst_LinuxNetwork::enableDnsAndReset()
+{
+    using S = HMI::SystemSet;
+    QVERIFY(m_mock.python(QStringLiteral(
+        "mock('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager/Devices/eth0dev').AddMethod("
+        "'org.freedesktop.NetworkManager.Device', 'Disconnect', '', '', '')\n"
+        "mock('org.freedesktop.NetworkManager', "
+        "'/org/freedesktop/NetworkManager/Devices/wlan0dev').AddMethod("
+        "'org.freedesktop.NetworkManager.Device', 'Disconnect', '', '', '')\n"
+        "dbus.Interface(bus.get_object('org.freedesktop.NetworkManager', "
+        "'/org/freedesktop/NetworkManager/Settings'), "
+        "'org.freedesktop.NetworkManager.Settings').AddConnection({'connection': {'id': 'Office', "
+        "'type': '802-11-wireless'}})\n")));
+    m_mock.forget(nm);
+
+    // The radio is NetworkManager's own switch; a wired adapter's is its profile's autoconnect, and it goes
+    // down.
+    QTRY_VERIFY(m_system->isNicEnabled(S::NIC_WIFI));
+    m_system->enableNIC(S::NIC_WIFI, false, true);
+    QTRY_VERIFY(!m_system->isNicEnabled(S::NIC_WIFI));
+    m_system->enableNIC(S::NIC_LAN0, false, true);
+    QTRY_VERIFY(m_mock.calls(nm).contains(QStringLiteral("Disconnect")));
+    QVERIFY(m_mock.calls(nm)
+                .filter(QStringLiteral("Update {"))
+                .constLast()
+                .contains(QLatin1String(R"("autoconnect": False)")));
+
+    // DNS servers in the profile, in network byte order; 0.0.0.0 is none.
+    m_system->setDns(S::NIC_LAN0, {ipOf(1, 2, 3, 4), 0});
+    QTRY_COMPARE(m_mock.calls(nm).filter(QStringLiteral("Reapply")).size(), 1);
+    QVERIFY2(m_mock.calls(nm)
+                 .filter(QStringLiteral("Update {"))
+                 .constLast()
+                 .contains(QLatin1String(R"("dns": [67305985])")),
+             qPrintable(m_mock.calls(nm).filter(QStringLiteral("Update {")).constLast()));
+
+    // Reset: the saved Wi-Fi profile goes (the wired one stays), the device is disconnected, and a scan
+    // follows.
+    m_mock.forget(nm);
+    auto lists = std::make_shared<std::atomic<int>>(0);
+    m_system->resetWifi(
+        [lists](std::unique_ptr<std::vector<S::SsidInfo>> list) { *lists += list ? 1 : 100; });
+    QTRY_VERIFY(m_mock.calls(nm).contains(QStringLiteral("RequestScan {}")));
+    QCOMPARE(m_mock.calls(nm).filter(QStringLiteral("Delete")).size(), 1);
+    QCOMPARE(m_mock.calls(nm).filter(QStringLiteral("Disconnect")).size(), 1);
+    QVERIFY(m_mock.python(
+        QStringLiteral("mock('%1', '/org/freedesktop/NetworkManager').SetProperty('%2wlan0dev', "
+                       "'org.freedesktop.NetworkManager.Device.Wireless', 'LastScan', "
+                       "dbus.Int64(223456, variant_level=1))")
+            .arg(nm, devices)));
+    QTRY_COMPARE(lists->load(), 1);
 }
 
 void tst_LinuxNetwork::connectOutcome_data()
