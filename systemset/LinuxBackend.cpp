@@ -45,6 +45,8 @@ const QString vpnServerKey = QStringLiteral("vpnServer");
 constexpr int toneHz = 2000;
 constexpr int toneMs = 50;
 constexpr int startupWaitMs = 250;
+/// The route metric that makes an adapter the default: below NetworkManager's defaults (100 and up).
+constexpr int defaultRouteMetric = 10;
 
 std::string envOr(const char *name, const std::string &fallback)
 {
@@ -224,12 +226,16 @@ int LinuxBackend::getAllNIC() const
         if (m_network.device(nic))
             mask |= nic;
     }
+    if (!m_network.modem.path.isEmpty())
+        mask |= SystemSet::NIC_4G;
     return mask;
 }
 
 bool LinuxBackend::isNicEnabled(NIC nic) const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    if (nic == SystemSet::NIC_4G)
+        return !m_network.modem.path.isEmpty() && m_network.wwanEnabled;
     const NetworkState::Device *d = m_network.device(nic);
     if (!d)
         return false;
@@ -242,12 +248,14 @@ bool LinuxBackend::isNicEnabled(NIC nic) const
 void LinuxBackend::enableNIC(NIC nic, bool enable, bool persist)
 {
     post([this, nic, enable, persist](ServiceBus &bus, const Token &token) {
-        if (nic == SystemSet::NIC_WIFI) {
-            // The radio: NetworkManager keeps this setting itself.
+        if (nic == SystemSet::NIC_WIFI || nic == SystemSet::NIC_4G) {
+            // The radios: NetworkManager keeps these settings itself.
             bus.call(QStringLiteral("org.freedesktop.NetworkManager"),
                      QStringLiteral("/org/freedesktop/NetworkManager"),
                      QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Set"),
-                     {QStringLiteral("org.freedesktop.NetworkManager"), QStringLiteral("WirelessEnabled"),
+                     {QStringLiteral("org.freedesktop.NetworkManager"),
+                      nic == SystemSet::NIC_WIFI ? QStringLiteral("WirelessEnabled")
+                                                 : QStringLiteral("WwanEnabled"),
                       QVariant::fromValue(QDBusVariant(enable))},
                      [token](const QDBusMessage &) {});
             return;
@@ -413,17 +421,45 @@ void LinuxBackend::setDns(NIC nic, std::pair<IP, IP> const &dns)
 
 SystemSet::NIC LinuxBackend::getDefaultNIC() const
 {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (const NIC nic : {SystemSet::NIC_LAN0, SystemSet::NIC_LAN1, SystemSet::NIC_WIFI}) {
+        const QString path = m_network.pathOf(nic);
+        if (!path.isEmpty() && path == m_network.primaryDevice)
+            return nic;
+    }
     return SystemSet::NIC_LAN0;
 }
 
-void LinuxBackend::setDefaultNIC(NIC, bool) {}
-
-void LinuxBackend::pingTest(NIC, SystemSet::PingCallback const &callback)
+void LinuxBackend::setDefaultNIC(NIC nic, bool flag)
 {
-    const quint32 target = m_pingTarget;
-    post([callback, target](ServiceBus &bus, const Token &token) {
+    post([this, nic, flag](ServiceBus &, const Token &token) {
+        if (!m_nm || !flag)
+            return;
+        // The lowest route metric wins the default route.
+        m_nm->changeProfile(
+            nic, QStringLiteral("ipv4"),
+            [](QVariantMap &ipv4) {
+                ipv4.insert(QStringLiteral("route-metric"), qlonglong(defaultRouteMetric));
+            },
+            true, NetworkManagerClient::Then::Reapply, nullptr, token);
+    });
+}
+
+void LinuxBackend::pingTest(NIC nic, SystemSet::PingCallback const &callback)
+{
+    quint32 target = m_pingTarget;
+    QString interface;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (const NetworkState::Device *d = m_network.device(nic)) {
+            interface = d->interface;
+            if (!target)
+                target = d->state == 100 ? d->ip4.gateway : 0;
+        }
+    }
+    post([callback, target, interface](ServiceBus &bus, const Token &token) {
         PingProbe::start(
-            target, QString(),
+            target, interface,
             [callback, token](bool replied) {
                 if (callback)
                     callback(replied);
@@ -432,14 +468,28 @@ void LinuxBackend::pingTest(NIC, SystemSet::PingCallback const &callback)
     });
 }
 
-int LinuxBackend::get4GSignal(NIC) const
+int LinuxBackend::get4GSignal(NIC nic) const
 {
-    return 0;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return nic == SystemSet::NIC_4G && !m_network.modem.path.isEmpty() ? m_network.modem.signal : 0;
 }
 
-int LinuxBackend::get4GState(NIC) const
+int LinuxBackend::get4GState(NIC nic) const
 {
-    return 0;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (nic != SystemSet::NIC_4G || m_network.modem.path.isEmpty())
+        return 0;
+    // ModemManager: connected 11, connecting 10, failed -1; the screen: 2, 1, 3 (unknown), else 0.
+    switch (m_network.modem.state) {
+    case 11:
+        return 2;
+    case 10:
+        return 1;
+    case -1:
+        return 3;
+    default:
+        return 0;
+    }
 }
 
 SystemSet::VPNServer LinuxBackend::getVPNServer() const

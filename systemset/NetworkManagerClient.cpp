@@ -12,7 +12,9 @@
 #include <algorithm>
 
 using SettingList = QList<QVariantMap>;
+using ManagedObjects = QMap<QDBusObjectPath, ConnectionSettings>;
 Q_DECLARE_METATYPE(SettingList)
+Q_DECLARE_METATYPE(ManagedObjects)
 
 namespace HMI {
 
@@ -88,6 +90,7 @@ NetworkManagerClient::NetworkManagerClient(ServiceBus &bus, std::mutex &mutex, N
     , m_state(state)
 {
     qDBusRegisterMetaType<ConnectionSettings>();
+    qDBusRegisterMetaType<ManagedObjects>();
     qDBusRegisterMetaType<SettingList>();
     qDBusRegisterMetaType<QList<uint>>();
 }
@@ -99,12 +102,18 @@ void NetworkManagerClient::start(const Token &token)
     m_bus.watch(
         nm, nmPath, nm,
         [this](const QVariantMap &properties) {
-            if (!properties.contains(QStringLiteral("WirelessEnabled")))
-                return;
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            m_state.wirelessEnabled = properties.value(QStringLiteral("WirelessEnabled")).toBool();
+            {
+                const std::lock_guard<std::mutex> lock(m_mutex);
+                if (properties.contains(QStringLiteral("WirelessEnabled")))
+                    m_state.wirelessEnabled = properties.value(QStringLiteral("WirelessEnabled")).toBool();
+                if (properties.contains(QStringLiteral("WwanEnabled")))
+                    m_state.wwanEnabled = properties.value(QStringLiteral("WwanEnabled")).toBool();
+            }
+            if (properties.contains(QStringLiteral("PrimaryConnection")))
+                readPrimary(pathText(properties.value(QStringLiteral("PrimaryConnection"))));
         },
         token);
+    startModem(token);
     m_bus.listen(nm, nmPath, nm, QStringLiteral("DeviceAdded"), [this](const QDBusMessage &message) {
         if (!message.arguments().isEmpty())
             addDevice(pathText(message.arguments().constFirst()), nullptr);
@@ -119,6 +128,68 @@ void NetworkManagerClient::start(const Token &token)
         for (const QString &path : pathsOf(reply))
             addDevice(path, token);
     });
+}
+
+void NetworkManagerClient::readPrimary(const QString &active)
+{
+    if (active.isEmpty() || active == QLatin1String("/")) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_state.primaryDevice.clear();
+        return;
+    }
+    m_bus.call(nm, active, propertiesInterface, QStringLiteral("Get"),
+               {activeInterface, QStringLiteral("Devices")}, [this](const QDBusMessage &reply) {
+                   if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+                       return;
+                   const auto devices = qdbus_cast<QList<QDBusObjectPath>>(
+                       qdbus_cast<QDBusVariant>(reply.arguments().constFirst()).variant());
+                   const std::lock_guard<std::mutex> lock(m_mutex);
+                   m_state.primaryDevice = devices.isEmpty() ? QString() : devices.constFirst().path();
+               });
+}
+
+void NetworkManagerClient::startModem(const Token &token)
+{
+    const QString mm = QStringLiteral("org.freedesktop.ModemManager1");
+    const QString modemInterface = QStringLiteral("org.freedesktop.ModemManager1.Modem");
+    m_bus.call(
+        mm, QStringLiteral("/org/freedesktop/ModemManager1"),
+        QStringLiteral("org.freedesktop.DBus.ObjectManager"), QStringLiteral("GetManagedObjects"), {},
+        [this, mm, modemInterface, token](const QDBusMessage &reply) {
+            if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+                return;
+            const auto objects = qdbus_cast<ManagedObjects>(reply.arguments().constFirst());
+            for (auto it = objects.constBegin(); it != objects.constEnd(); ++it) {
+                if (!it.value().contains(modemInterface))
+                    continue;
+                const QString path = it.key().path();
+                {
+                    const std::lock_guard<std::mutex> lock(m_mutex);
+                    m_state.modem.path = path;
+                }
+                m_bus.watch(
+                    mm, path, modemInterface,
+                    [this](const QVariantMap &properties) {
+                        const std::lock_guard<std::mutex> lock(m_mutex);
+                        if (properties.contains(QStringLiteral("State")))
+                            m_state.modem.state = properties.value(QStringLiteral("State")).toInt();
+                        if (properties.contains(QStringLiteral("SignalQuality"))) {
+                            // (ub): the percentage, and whether it was measured just now.
+                            const QDBusArgument quality =
+                                properties.value(QStringLiteral("SignalQuality")).value<QDBusArgument>();
+                            uint percent = 0;
+                            bool recent = false;
+                            quality.beginStructure();
+                            quality >> percent >> recent;
+                            quality.endStructure();
+                            m_state.modem.signal = int(std::min(percent, 100u));
+                        }
+                    },
+                    token);
+                return; // the first modem is the 4G adapter
+            }
+        },
+        false);
 }
 
 void NetworkManagerClient::addDevice(const QString &path, const Token &token)

@@ -75,6 +75,10 @@ private:
         Token token;
     };
     void resolveProfile(const QString &devicePath);
+    /// Finds the device of the primary connection @p active.
+    void readPrimary(const QString &active);
+    /// Finds the first modem ModemManager lists and follows its signal and state.
+    void startModem(const Token &token);
     void readProfile(const QString &devicePath, const QString &profile);
     void nextChange();
     void apply(Then then, const QString &device, const QString &profile);

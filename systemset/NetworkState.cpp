@@ -28,6 +28,8 @@ const char *nameOf(int nic)
 
 QString NetworkState::pathOf(int nic) const
 {
+    if (nic == SystemSet::NIC_4G)
+        return QString(); // a modem, not a NetworkManager device
     const char *name = nameOf(nic);
     if (!name)
         return QString();

@@ -56,6 +56,14 @@ struct NetworkState
     std::map<QString, Device> devices;           ///< by object path
     std::map<QString, AccessPoint> accessPoints; ///< by object path
     bool wirelessEnabled = true;
+    bool wwanEnabled = true;
+    QString primaryDevice; ///< the device of NetworkManager's primary connection
+    struct Modem
+    {
+        QString path; ///< empty: no modem
+        int signal = 0;
+        int state = 0; ///< ModemManager's MMModemState
+    } modem;
     QHash<QString, QString> named; ///< QSP_ADAPTERS: adapter name ("LAN0") to interface name
 
     /// The object path of the device that is @p nic, empty when there is none.

@@ -87,9 +87,12 @@ bool DbusMock::startTemplate(const QString &name, const QString &service, const 
     return startMock(service, arguments);
 }
 
-bool DbusMock::startPlain(const QString &service, const QString &path, const QString &interface)
+bool DbusMock::startPlain(const QString &service, const QString &path, const QString &interface,
+                          bool objectManager)
 {
-    return startMock(service, {service, path, interface});
+    const QStringList flag =
+        objectManager ? QStringList{QStringLiteral("--is-object-manager")} : QStringList();
+    return startMock(service, flag + QStringList{service, path, interface});
 }
 
 bool DbusMock::startMock(const QString &service, const QStringList &arguments)

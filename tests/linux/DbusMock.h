@@ -27,8 +27,10 @@ public:
 
     /// Starts the dbusmock template @p name (e.g. "timedated") owning @p service, with JSON @p parameters.
     bool startTemplate(const QString &name, const QString &service, const QString &parameters = QString());
-    /// Starts a plain mock owning @p service with one object at @p path.
-    bool startPlain(const QString &service, const QString &path, const QString &interface);
+    /// Starts a plain mock owning @p service with one object at @p path (that lists the objects added later,
+    /// when @p objectManager).
+    bool startPlain(const QString &service, const QString &path, const QString &interface,
+                    bool objectManager = false);
 
     /// Starts the services the backend talks to outside the network: timedated (refusing SetTime while NTP is
     /// on, as the real one does; NTP starts off), logind with the caller's session ("auto") able to set the

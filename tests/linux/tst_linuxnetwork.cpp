@@ -45,6 +45,7 @@ private slots:
     void initTestCase();
     void adaptersAndAddresses();
     void scan();
+    void modemAndDefaultAdapter();
     void staticAndDhcp();
     void enableDnsAndReset();
     void connectOutcome_data();
@@ -109,6 +110,20 @@ void tst_LinuxNetwork::initTestCase()
                        "'org.freedesktop.NetworkManager', 'AddAndActivateConnection', 'a{sa{sv}}oo', 'oo', "
                        "'ret = (dbus.ObjectPath(\"/org/freedesktop/NetworkManager/Settings/1\"), "
                        "dbus.ObjectPath(\"/org/freedesktop/NetworkManager/ActiveConnection/1\"))')")));
+    // NetworkManager's primary connection, which the template lacks: none yet.
+    QVERIFY(m_mock.python(
+        QStringLiteral("mock('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager')"
+                       ".AddProperty('org.freedesktop.NetworkManager', 'PrimaryConnection', "
+                       "dbus.ObjectPath('/'))\n")));
+    // ModemManager with one modem: connected, 63 % signal.
+    QVERIFY(m_mock.startPlain(QStringLiteral("org.freedesktop.ModemManager1"),
+                              QStringLiteral("/org/freedesktop/ModemManager1"),
+                              QStringLiteral("org.freedesktop.ModemManager1"), true));
+    QVERIFY(m_mock.python(
+        QStringLiteral("mock('org.freedesktop.ModemManager1', '/org/freedesktop/ModemManager1').AddObject("
+                       "'/org/freedesktop/ModemManager1/Modem/0', 'org.freedesktop.ModemManager1.Modem', "
+                       "{'SignalQuality': dbus.Struct((dbus.UInt32(63), True), signature='ub'), 'State': "
+                       "dbus.Int32(11)}, [])\n")));
     qputenv("QSP_PANEL", "linux");
     m_system = std::make_unique<HMI::SystemSet>();
 }
@@ -116,7 +131,7 @@ void tst_LinuxNetwork::initTestCase()
 void tst_LinuxNetwork::adaptersAndAddresses()
 {
     using S = HMI::SystemSet;
-    QTRY_COMPARE(m_system->getAllNIC(), S::NIC_LAN0 | S::NIC_LAN1 | S::NIC_WIFI);
+    QTRY_COMPARE(m_system->getAllNIC(), S::NIC_LAN0 | S::NIC_LAN1 | S::NIC_WIFI | S::NIC_4G);
     QTRY_COMPARE(ipText(m_system->getIp(S::NIC_LAN0)), QStringLiteral("192.168.10.23"));
     QCOMPARE(ipText(m_system->getSubnetMask(S::NIC_LAN0)), QStringLiteral("255.255.255.0"));
     QCOMPARE(ipText(m_system->getGateway(S::NIC_LAN0)), QStringLiteral("192.168.10.1"));
@@ -159,6 +174,31 @@ void tst_LinuxNetwork::scan()
     rows.sort();
     QCOMPARE(rows, (QStringList{QStringLiteral("4775657374 55 0"), QStringLiteral("4f6666696365 70 1"),
                                 QStringLiteral("636166e9 30 1")}));
+}
+
+void tst_LinuxNetwork::modemAndDefaultAdapter()
+{
+    using S = HMI::SystemSet;
+    QTRY_COMPARE(m_system->get4GSignal(S::NIC_4G), 63);
+    QCOMPARE(m_system->get4GState(S::NIC_4G), 2); // connected
+    QCOMPARE(m_system->get4GSignal(S::NIC_LAN0), 0);
+    QVERIFY(m_mock.python(QStringLiteral("dbus.Interface(bus.get_object('org.freedesktop.ModemManager1', "
+                                         "'/org/freedesktop/ModemManager1/Modem/0'), "
+                                         "'org.freedesktop.DBus.Properties').Set('org.freedesktop."
+                                         "ModemManager1.Modem', 'State', dbus.Int32(-1))\n")));
+    QTRY_COMPARE(m_system->get4GState(S::NIC_4G), 3); // failed: unknown
+
+    // The primary connection runs over the Wi-Fi device: that is the default adapter.
+    QCOMPARE(m_system->getDefaultNIC(), S::NIC_LAN0);
+    QVERIFY(m_mock.python(QStringLiteral(
+        "m = mock('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager')\n"
+        "m.AddObject('/org/freedesktop/NetworkManager/ActiveConnection/9', "
+        "'org.freedesktop.NetworkManager.Connection.Active', {'Devices': dbus.Array("
+        "[dbus.ObjectPath('/org/freedesktop/NetworkManager/Devices/wlan0dev')], signature='o')}, [])\n"
+        "m.SetProperty('/org/freedesktop/NetworkManager', 'org.freedesktop.NetworkManager', "
+        "'PrimaryConnection', "
+        "dbus.ObjectPath('/org/freedesktop/NetworkManager/ActiveConnection/9', variant_level=1))\n")));
+    QTRY_COMPARE(m_system->getDefaultNIC(), S::NIC_WIFI);
 }
 
 void tst_LinuxNetwork::staticAndDhcp()
@@ -209,6 +249,15 @@ void tst_LinuxNetwork::staticAndDhcp()
     QVERIFY(emitDeviceState(100u, 0u, QStringLiteral("eth0dev")));
     QTRY_COMPARE(outcome->load(), int(S::DHCP_OK));
     QTRY_VERIFY(m_system->isDhcpOn(S::NIC_LAN0));
+
+    // Made the default: the lowest route metric in its profile.
+    m_mock.forget(nm);
+    m_system->setDefaultNIC(S::NIC_LAN0, true);
+    QTRY_COMPARE(m_mock.calls(nm).filter(QStringLiteral("Reapply")).size(), 1);
+    QVERIFY(m_mock.calls(nm)
+                .filter(QStringLiteral("Update {"))
+                .constLast()
+                .contains(QLatin1String(R"("route-metric": 10)")));
 }
 
 void tst_LinuxNetwork::enableDnsAndReset()
