@@ -94,8 +94,9 @@ LinuxBackend::LinuxBackend()
         m_level = std::clamp(stored.toInt(), 1, 32);
     m_network.named = NetworkState::parseNames(qEnvironmentVariable("QSP_ADAPTERS"));
     m_thread.setObjectName(QStringLiteral("linux backend"));
-    m_bus = new ServiceBus;
-    m_bus->moveToThread(&m_thread);
+    auto *bus = new ServiceBus;
+    bus->moveToThread(&m_thread);
+    m_bus = bus;
     m_thread.start();
     post([this](ServiceBus &bus, const Token &token) {
         if (bus.open())
@@ -105,11 +106,49 @@ LinuxBackend::LinuxBackend()
     // answer, so that it does not change its language right after it opens. A service that hangs costs no
     // more than this.
     waitForIdle(startupWaitMs);
+    // The thread ends while the application still exists, before QtDBus winds down: routines added later run
+    // first, and QtDBus added its own when the connection was made.
+    if (QCoreApplication::instance()) {
+        const std::lock_guard<std::mutex> lock(liveMutex());
+        static const bool routineAdded = (qAddPostRoutine(&LinuxBackend::stopAll), true);
+        Q_UNUSED(routineAdded)
+        live().insert(this);
+    }
 }
 
 LinuxBackend::~LinuxBackend()
 {
-    ServiceBus *bus = m_bus;
+    {
+        const std::lock_guard<std::mutex> lock(liveMutex());
+        live().erase(this);
+    }
+    stop();
+}
+
+std::mutex &LinuxBackend::liveMutex()
+{
+    static std::mutex mutex;
+    return mutex;
+}
+
+std::set<LinuxBackend *> &LinuxBackend::live()
+{
+    static std::set<LinuxBackend *> backends;
+    return backends;
+}
+
+void LinuxBackend::stopAll()
+{
+    const std::lock_guard<std::mutex> lock(liveMutex());
+    for (LinuxBackend *backend : live())
+        backend->stop();
+}
+
+void LinuxBackend::stop()
+{
+    ServiceBus *bus = m_bus.exchange(nullptr);
+    if (!bus)
+        return;
     if (m_thread.isRunning())
         QMetaObject::invokeMethod(
             bus,
@@ -144,12 +183,15 @@ LinuxBackend::Token LinuxBackend::pending() const
 
 void LinuxBackend::post(std::function<void(ServiceBus &, const Token &)> task) const
 {
+    ServiceBus *bus = m_bus;
+    if (!bus)
+        return; // stopped with the application: nothing more is done, nor called back
     {
         const std::lock_guard<std::mutex> lock(m_tasksMutex);
         m_tasks.push_back({std::move(task), pending()});
     }
     QMetaObject::invokeMethod(
-        m_bus, [this] { runTasks(); }, Qt::QueuedConnection);
+        bus, [this] { runTasks(); }, Qt::QueuedConnection);
 }
 
 void LinuxBackend::runTasks() const
@@ -163,7 +205,8 @@ void LinuxBackend::runTasks() const
             task = std::move(m_tasks.front());
             m_tasks.pop_front();
         }
-        task.run(*m_bus, task.token);
+        if (ServiceBus *bus = m_bus)
+            task.run(*bus, task.token);
     }
 }
 

@@ -9,6 +9,7 @@
 #include <QStringList>
 #include <QThread>
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -98,6 +99,12 @@ private:
     void startWatching(ServiceBus &bus, const Token &token);
     void setTime(ServiceBus &bus, qlonglong usec, bool ntpTurnedOff, const Token &token);
     void reportOnce(const std::string &kind, const std::string &text) const;
+    /// Ends the thread and leaves the bus; later operations do nothing and call nothing back.
+    void stop();
+    /// Stops every backend while the application object still exists (a post routine of it).
+    static void stopAll();
+    static std::mutex &liveMutex();
+    static std::set<LinuxBackend *> &live();
     /// Changes the static IPv4 settings of @p nic's profile with @p edit.
     void changeStatic(NIC nic, std::function<void(NetworkState::Ip4 &)> edit, bool persist);
 
@@ -124,7 +131,7 @@ private:
     mutable std::deque<Task> m_tasks;
 
     QThread m_thread;
-    ServiceBus *m_bus = nullptr;                ///< lives in m_thread
+    std::atomic<ServiceBus *> m_bus{nullptr};   ///< lives in m_thread; null once stopped
     std::unique_ptr<NetworkManagerClient> m_nm; ///< used in m_thread only
 };
 
