@@ -3,7 +3,8 @@
 # try it without touching the machine's own network or clock: NetworkManager with two wired adapters and a
 # Wi-Fi adapter that sees three networks, ModemManager with a modem, timedated, logind and hostnamed
 # (python3-dbusmock). Options are passed on to settings-host, e.g.: bash scripts/demo-mock.sh --size 800x1280
-# "Office" takes the password "office-pw"; any other password is refused as wrong.
+# "Office" takes the password "office-pw"; any other password is refused as wrong. DEMO_MOCK_COMMAND, when
+# set, is run on the mocked bus instead of the demo (e.g. a test program, or settings-host under gdb).
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 bash "$root/scripts/setup.sh"
