@@ -654,12 +654,15 @@ void NetworkManagerClient::finishScans()
         std::vector<SystemSet::SsidInfo> list;
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
-            for (const auto &[path, ap] : m_state.accessPoints) {
+            for (const auto &entry : m_state.accessPoints) {
+                const NetworkState::AccessPoint &ap = entry.second;
                 if (ap.ssid.isEmpty())
                     continue;
-                const auto same = std::find_if(list.begin(), list.end(), [&](const SystemSet::SsidInfo &i) {
-                    return QByteArray(i.ssid.data(), int(qstrnlen(i.ssid.data(), 32))) == ap.ssid.left(32);
-                });
+                const QByteArray name = ap.ssid.left(32);
+                const auto same =
+                    std::find_if(list.begin(), list.end(), [&name](const SystemSet::SsidInfo &i) {
+                        return QByteArray(i.ssid.data(), int(qstrnlen(i.ssid.data(), 32))) == name;
+                    });
                 if (same != list.end() && same->signal >= ap.strength)
                     continue;
                 SystemSet::SsidInfo info;

@@ -100,12 +100,12 @@ void ServiceBus::propertiesChanged(const QDBusMessage &message)
 }
 
 void ServiceBus::listen(const QString &service, const QString &path, const QString &interface,
-                        const QString &name, std::function<void(const QDBusMessage &)> arrived)
+                        const QString &name, const std::function<void(const QDBusMessage &)> &arrived)
 {
     const QString key = watchKey(path, interface) + QLatin1Char(' ') + name;
     if (!m_listeners.contains(key))
         m_bus.connect(service, path, interface, name, this, SLOT(signalArrived(QDBusMessage)));
-    m_listeners.insert(key, std::move(arrived));
+    m_listeners.insert(key, arrived);
 }
 
 void ServiceBus::signalArrived(const QDBusMessage &message)

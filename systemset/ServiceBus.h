@@ -43,7 +43,7 @@ public:
 
     /// Calls @p arrived with every signal @p name of @p interface that the object at @p path sends.
     void listen(const QString &service, const QString &path, const QString &interface, const QString &name,
-                std::function<void(const QDBusMessage &)> arrived);
+                const std::function<void(const QDBusMessage &)> &arrived);
 
     /// Prints "linux backend: @p text" on stderr unless a problem of @p kind was printed before.
     void reportOnce(const QString &kind, const QString &text);
