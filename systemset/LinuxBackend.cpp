@@ -391,15 +391,7 @@ void LinuxBackend::changeStatic(NIC nic, std::function<void(NetworkState::Ip4 &)
             nic, QStringLiteral("ipv4"),
             [edit](QVariantMap &ipv4) {
                 // From the profile as it is now: the change before this one may have written it.
-                NetworkState::Ip4 stored;
-                const QList<QVariantMap> addresses = NetworkManagerClient::addressesOf(ipv4);
-                if (!addresses.isEmpty()) {
-                    stored.address =
-                        NetworkState::ipOf(addresses.first().value(QStringLiteral("address")).toString());
-                    stored.mask =
-                        NetworkState::maskOf(addresses.first().value(QStringLiteral("prefix")).toInt());
-                }
-                stored.gateway = NetworkState::ipOf(ipv4.value(QStringLiteral("gateway")).toString());
+                NetworkState::Ip4 stored = NetworkManagerClient::staticOf(ipv4);
                 edit(stored);
                 NetworkManagerClient::setStatic(ipv4, stored);
             },

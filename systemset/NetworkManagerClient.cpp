@@ -334,19 +334,7 @@ void NetworkManagerClient::readProfile(const QString &devicePath, const QString 
                        return;
                    const auto settings = qdbus_cast<ConnectionSettings>(reply.arguments().constFirst());
                    const QVariantMap ipv4 = settings.value(QStringLiteral("ipv4"));
-                   NetworkState::Ip4 stored;
-                   const QList<QVariantMap> addresses = mapsOf(ipv4.value(QStringLiteral("address-data")));
-                   if (!addresses.isEmpty()) {
-                       stored.address =
-                           NetworkState::ipOf(addresses.first().value(QStringLiteral("address")).toString());
-                       stored.mask =
-                           NetworkState::maskOf(addresses.first().value(QStringLiteral("prefix")).toInt());
-                   }
-                   stored.gateway = NetworkState::ipOf(ipv4.value(QStringLiteral("gateway")).toString());
-                   const QList<uint> dns = qdbus_cast<QList<uint>>(ipv4.value(QStringLiteral("dns")));
-                   // Addresses in the profile's "dns" are in network byte order.
-                   stored.dns = {dns.size() > 0 ? qFromBigEndian(dns.at(0)) : 0,
-                                 dns.size() > 1 ? qFromBigEndian(dns.at(1)) : 0};
+                   const NetworkState::Ip4 stored = staticOf(ipv4);
                    const std::lock_guard<std::mutex> lock(m_mutex);
                    const auto it = m_state.devices.find(devicePath);
                    if (it == m_state.devices.end())
@@ -446,9 +434,20 @@ void NetworkManagerClient::apply(Then then, const QString &device, const QString
     }
 }
 
-QList<QVariantMap> NetworkManagerClient::addressesOf(const QVariantMap &ipv4)
+NetworkState::Ip4 NetworkManagerClient::staticOf(const QVariantMap &ipv4)
 {
-    return mapsOf(ipv4.value(QStringLiteral("address-data")));
+    NetworkState::Ip4 stored;
+    const QList<QVariantMap> addresses = mapsOf(ipv4.value(QStringLiteral("address-data")));
+    if (!addresses.isEmpty()) {
+        stored.address = NetworkState::ipOf(addresses.first().value(QStringLiteral("address")).toString());
+        stored.mask = NetworkState::maskOf(addresses.first().value(QStringLiteral("prefix")).toInt());
+    }
+    stored.gateway = NetworkState::ipOf(ipv4.value(QStringLiteral("gateway")).toString());
+    // The profile keeps its DNS servers in network byte order.
+    const QList<uint> dns = qdbus_cast<QList<uint>>(ipv4.value(QStringLiteral("dns")));
+    stored.dns = {dns.size() > 0 ? qFromBigEndian(dns.at(0)) : 0,
+                  dns.size() > 1 ? qFromBigEndian(dns.at(1)) : 0};
+    return stored;
 }
 
 void NetworkManagerClient::setStatic(QVariantMap &ipv4, const NetworkState::Ip4 &stored)

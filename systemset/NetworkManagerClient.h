@@ -57,8 +57,8 @@ public:
     void changeProfile(int nic, const QString &section, std::function<void(QVariantMap &)> edit, bool persist,
                        Then then, std::function<void(bool)> done, const Token &token);
 
-    /// The profile's "address-data" in @p ipv4.
-    static QList<QVariantMap> addressesOf(const QVariantMap &ipv4);
+    /// The static settings in a profile's @p ipv4 section: its first address, gateway and DNS servers.
+    static NetworkState::Ip4 staticOf(const QVariantMap &ipv4);
     /// Writes @p stored into @p ipv4 as "address-data" and "gateway", dropping the older "addresses".
     static void setStatic(QVariantMap &ipv4, const NetworkState::Ip4 &stored);
 

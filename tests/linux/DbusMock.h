@@ -41,8 +41,9 @@ public:
     bool mock(const QString &service, const QString &path, const QString &method,
               const QVariantList &arguments);
 
-    /// Runs @p code in python3 with `bus` (the private bus) and `mock(service, path)` (the mock interface of
-    /// an object there), for what QtDBus makes awkward: nested dictionaries, byte arrays, signals.
+    /// Runs @p code in python3 with everything of mockboard.py (the private bus, `mock(service, path)`, the
+    /// boards and changes the tests use), for what QtDBus makes awkward: nested dictionaries, byte arrays,
+    /// signals.
     bool python(const QString &code);
 
     /// The method calls logged by the mock of @p service since the last forget(), each "Method arg arg" with

@@ -14,7 +14,6 @@
 namespace {
 
 const QString nm = QStringLiteral("org.freedesktop.NetworkManager");
-const QString devices = QStringLiteral("/org/freedesktop/NetworkManager/Devices/");
 
 QString ipText(HMI::IP ip)
 {
@@ -55,12 +54,7 @@ private:
     /// The device reports its new state and the reason, as NetworkManager does.
     bool emitDeviceState(unsigned state, unsigned reason, const QString &device = QStringLiteral("wlan0dev"))
     {
-        return m_mock.python(
-            QStringLiteral("mock('%1', '%2%3').EmitSignal('org.freedesktop.NetworkManager.Device', "
-                           "'StateChanged', 'uuu', [dbus.UInt32(%4), dbus.UInt32(50), dbus.UInt32(%5)])")
-                .arg(nm, devices, device)
-                .arg(state)
-                .arg(reason));
+        return m_mock.python(QStringLiteral("device_state('%1', %2, %3)").arg(device).arg(state).arg(reason));
     }
 
     DbusMock m_mock;
@@ -73,57 +67,12 @@ void tst_LinuxNetwork::initTestCase()
     if (!m_mock.start(&why))
         QSKIP(qPrintable(QStringLiteral("no private D-Bus here, the Linux backend is not tested: ") + why));
     QVERIFY(m_mock.startTemplate(QStringLiteral("networkmanager"), nm));
-    // eth1 comes first on the bus; LAN0 is still eth0, the first by name. The Wi-Fi device is disconnected.
-    // The template's devices have no IPv4 configuration: eth0 gets one.
-    QVERIFY(m_mock.python(QStringLiteral(
-        "m = mock('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager')\n"
-        "m.AddEthernetDevice('eth1dev', 'eth1', 100)\n"
-        "m.AddEthernetDevice('eth0dev', 'eth0', 100)\n"
-        "m.AddWiFiDevice('wlan0dev', 'wlan0', 30)\n"
-        "m.SetProperty('/org/freedesktop/NetworkManager/Devices/eth0dev', "
-        "'org.freedesktop.NetworkManager.Device.Wired', 'HwAddress', dbus.String('02:00:00:00:00:0A', "
-        "variant_level=1))\n"
-        "m.AddObject('/org/freedesktop/NetworkManager/IP4Config/1', "
-        "'org.freedesktop.NetworkManager.IP4Config', {\n"
-        "  'AddressData': dbus.Array([{'address': '192.168.10.23', 'prefix': dbus.UInt32(24)}], "
-        "signature='a{sv}'),\n"
-        "  'Gateway': '192.168.10.1',\n"
-        "  'NameserverData': dbus.Array([{'address': '1.1.1.1'}, {'address': '9.9.9.9'}], "
-        "signature='a{sv}')}, [])\n"
-        "mock('org.freedesktop.NetworkManager', "
-        "'/org/freedesktop/NetworkManager/Devices/eth0dev').AddProperty("
-        "'org.freedesktop.NetworkManager.Device', 'Ip4Config', "
-        "dbus.ObjectPath('/org/freedesktop/NetworkManager/IP4Config/1'))\n"
-        "w = '/org/freedesktop/NetworkManager/Devices/wlan0dev'\n"
-        "m.AddAccessPoint(w, 'ap1', 'Office', '00:11:22:33:44:01', 2, 2412, 54000, 40, 0x100)\n"
-        "m.AddAccessPoint(w, 'ap2', 'Office', '00:11:22:33:44:02', 2, 2412, 54000, 70, 0x100)\n"
-        "m.AddAccessPoint(w, 'ap3', 'Guest', '00:11:22:33:44:03', 2, 2412, 54000, 55, 0)\n"
-        "m.AddAccessPoint(w, 'ap4', 'x', '00:11:22:33:44:04', 2, 2412, 54000, 30, 0x100)\n"
-        "mock('org.freedesktop.NetworkManager', w).AddProperty("
-        "'org.freedesktop.NetworkManager.Device.Wireless', 'LastScan', dbus.Int64(-1))\n"
-        "m.SetProperty('/org/freedesktop/NetworkManager/AccessPoint/ap4', "
-        "'org.freedesktop.NetworkManager.AccessPoint', 'Ssid', dbus.ByteArray(b'caf\\xe9', "
-        "variant_level=1))\n")));
-    // The template's connections activate at once: here the device reports the outcome, as each row says.
-    QVERIFY(m_mock.python(
-        QStringLiteral("mock('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager').AddMethod("
-                       "'org.freedesktop.NetworkManager', 'AddAndActivateConnection', 'a{sa{sv}}oo', 'oo', "
-                       "'ret = (dbus.ObjectPath(\"/org/freedesktop/NetworkManager/Settings/1\"), "
-                       "dbus.ObjectPath(\"/org/freedesktop/NetworkManager/ActiveConnection/1\"))')")));
-    // NetworkManager's primary connection, which the template lacks: none yet.
-    QVERIFY(m_mock.python(
-        QStringLiteral("mock('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager')"
-                       ".AddProperty('org.freedesktop.NetworkManager', 'PrimaryConnection', "
-                       "dbus.ObjectPath('/'))\n")));
-    // ModemManager with one modem: connected, 63 % signal.
     QVERIFY(m_mock.startPlain(QStringLiteral("org.freedesktop.ModemManager1"),
                               QStringLiteral("/org/freedesktop/ModemManager1"),
                               QStringLiteral("org.freedesktop.ModemManager1"), true));
-    QVERIFY(m_mock.python(
-        QStringLiteral("mock('org.freedesktop.ModemManager1', '/org/freedesktop/ModemManager1').AddObject("
-                       "'/org/freedesktop/ModemManager1/Modem/0', 'org.freedesktop.ModemManager1.Modem', "
-                       "{'SignalQuality': dbus.Struct((dbus.UInt32(63), True), signature='ub'), 'State': "
-                       "dbus.Int32(11)}, [])\n")));
+    // What the template lacks is added there (IPv4 configurations, LastScan, the primary connection), and its
+    // connections do not activate at once: the device reports the outcome each row wants.
+    QVERIFY(m_mock.python(QStringLiteral("network_board()")));
     qputenv("QSP_PANEL", "linux");
     m_system = std::make_unique<HMI::SystemSet>();
 }
@@ -161,11 +110,7 @@ void tst_LinuxNetwork::scan()
     QTRY_VERIFY(m_mock.calls(nm).contains(QStringLiteral("RequestScan {}")));
     QTest::qWait(100);
     QCOMPARE(calls.load(), 0); // the scan has not ended yet
-    QVERIFY(m_mock.python(
-        QStringLiteral("mock('%1', '/org/freedesktop/NetworkManager').SetProperty('%2wlan0dev', "
-                       "'org.freedesktop.NetworkManager.Device.Wireless', 'LastScan', "
-                       "dbus.Int64(123456, variant_level=1))")
-            .arg(nm, devices)));
+    QVERIFY(m_mock.python(QStringLiteral("scan_ended(123456)")));
     QTRY_COMPARE(calls.load(), 1);
     // One record per name, the strongest; the name's bytes as they are.
     QStringList rows;
@@ -182,22 +127,12 @@ void tst_LinuxNetwork::modemAndDefaultAdapter()
     QTRY_COMPARE(m_system->get4GSignal(S::NIC_4G), 63);
     QCOMPARE(m_system->get4GState(S::NIC_4G), 2); // connected
     QCOMPARE(m_system->get4GSignal(S::NIC_LAN0), 0);
-    QVERIFY(m_mock.python(QStringLiteral("dbus.Interface(bus.get_object('org.freedesktop.ModemManager1', "
-                                         "'/org/freedesktop/ModemManager1/Modem/0'), "
-                                         "'org.freedesktop.DBus.Properties').Set('org.freedesktop."
-                                         "ModemManager1.Modem', 'State', dbus.Int32(-1))\n")));
+    QVERIFY(m_mock.python(QStringLiteral("modem_state(-1)")));
     QTRY_COMPARE(m_system->get4GState(S::NIC_4G), 3); // failed: unknown
 
     // The primary connection runs over the Wi-Fi device: that is the default adapter.
     QCOMPARE(m_system->getDefaultNIC(), S::NIC_LAN0);
-    QVERIFY(m_mock.python(QStringLiteral(
-        "m = mock('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager')\n"
-        "m.AddObject('/org/freedesktop/NetworkManager/ActiveConnection/9', "
-        "'org.freedesktop.NetworkManager.Connection.Active', {'Devices': dbus.Array("
-        "[dbus.ObjectPath('/org/freedesktop/NetworkManager/Devices/wlan0dev')], signature='o')}, [])\n"
-        "m.SetProperty('/org/freedesktop/NetworkManager', 'org.freedesktop.NetworkManager', "
-        "'PrimaryConnection', "
-        "dbus.ObjectPath('/org/freedesktop/NetworkManager/ActiveConnection/9', variant_level=1))\n")));
+    QVERIFY(m_mock.python(QStringLiteral("primary_over('wlan0dev')")));
     QTRY_COMPARE(m_system->getDefaultNIC(), S::NIC_WIFI);
 }
 
@@ -205,22 +140,8 @@ void tst_LinuxNetwork::staticAndDhcp()
 {
     using S = HMI::SystemSet;
     // eth0 gets a saved profile with a static address.
-    QVERIFY(m_mock.python(QStringLiteral(
-        "s = dbus.Interface(bus.get_object('org.freedesktop.NetworkManager', "
-        "'/org/freedesktop/NetworkManager/Settings'), "
-        "'org.freedesktop.NetworkManager.Settings')\n"
-        "p = s.AddConnection({'connection': {'id': 'Wired', 'type': '802-3-ethernet'}, 'ipv4': {'method': "
-        "'manual', "
-        "'address-data': dbus.Array([{'address': '10.0.0.5', 'prefix': dbus.UInt32(24)}], "
-        "signature='a{sv}'), "
-        "'gateway': '10.0.0.1'}})\n"
-        "d = '/org/freedesktop/NetworkManager/Devices/eth0dev'\n"
-        "mock('org.freedesktop.NetworkManager', d).AddMethod('org.freedesktop.NetworkManager.Device', "
-        "'Reapply', "
-        "'a{sa{sv}}tu', '', '')\n"
-        "mock('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager').SetProperty(d, "
-        "'org.freedesktop.NetworkManager.Device', 'AvailableConnections', dbus.Array([p], signature='o', "
-        "variant_level=1))\n")));
+    QVERIFY(m_mock.python(
+        QStringLiteral("give_profile('eth0dev', wired_profile('Wired', 'manual', '10.0.0.5', '10.0.0.1'))")));
     QTRY_COMPARE(ipText(m_system->getIpFromEE(S::NIC_LAN0)), QStringLiteral("10.0.0.5"));
     QVERIFY(!m_system->isDhcpOn(S::NIC_LAN0));
 
@@ -263,16 +184,7 @@ void tst_LinuxNetwork::staticAndDhcp()
 void tst_LinuxNetwork::enableDnsAndReset()
 {
     using S = HMI::SystemSet;
-    QVERIFY(m_mock.python(QStringLiteral(
-        "mock('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager/Devices/eth0dev').AddMethod("
-        "'org.freedesktop.NetworkManager.Device', 'Disconnect', '', '', '')\n"
-        "mock('org.freedesktop.NetworkManager', "
-        "'/org/freedesktop/NetworkManager/Devices/wlan0dev').AddMethod("
-        "'org.freedesktop.NetworkManager.Device', 'Disconnect', '', '', '')\n"
-        "dbus.Interface(bus.get_object('org.freedesktop.NetworkManager', "
-        "'/org/freedesktop/NetworkManager/Settings'), "
-        "'org.freedesktop.NetworkManager.Settings').AddConnection({'connection': {'id': 'Office', "
-        "'type': '802-11-wireless'}})\n")));
+    QVERIFY(m_mock.python(QStringLiteral("saved_wifi_profile()")));
     m_mock.forget(nm);
 
     // The radio is NetworkManager's own switch; a wired adapter's is its profile's autoconnect, and it goes
@@ -305,11 +217,7 @@ void tst_LinuxNetwork::enableDnsAndReset()
     QTRY_VERIFY(m_mock.calls(nm).contains(QStringLiteral("RequestScan {}")));
     QCOMPARE(m_mock.calls(nm).filter(QStringLiteral("Delete")).size(), 1);
     QCOMPARE(m_mock.calls(nm).filter(QStringLiteral("Disconnect")).size(), 1);
-    QVERIFY(m_mock.python(
-        QStringLiteral("mock('%1', '/org/freedesktop/NetworkManager').SetProperty('%2wlan0dev', "
-                       "'org.freedesktop.NetworkManager.Device.Wireless', 'LastScan', "
-                       "dbus.Int64(223456, variant_level=1))")
-            .arg(nm, devices)));
+    QVERIFY(m_mock.python(QStringLiteral("scan_ended(223456)")));
     QTRY_COMPARE(lists->load(), 1);
 }
 
