@@ -93,6 +93,9 @@ LinuxBackend::LinuxBackend()
     if (const QJsonValue stored = m_settings.value(brightnessKey); stored.isDouble())
         m_level = std::clamp(stored.toInt(), 1, 32);
     m_network.named = NetworkState::parseNames(qEnvironmentVariable("QSP_ADAPTERS"));
+    const QStringList vpnIds = qEnvironmentVariable("QSP_VPN_PROFILES").split(QLatin1Char(','));
+    for (int i = 0; i < 2; ++i)
+        m_network.vpns[i].id = vpnIds.value(i).trimmed();
     m_thread.setObjectName(QStringLiteral("linux backend"));
     auto *bus = new ServiceBus;
     bus->moveToThread(&m_thread);
@@ -271,6 +274,8 @@ int LinuxBackend::getAllNIC() const
     }
     if (!m_network.modem.path.isEmpty())
         mask |= SystemSet::NIC_4G;
+    if (m_network.anyVpnProfile)
+        mask |= SystemSet::NIC_VPN;
     return mask;
 }
 
@@ -279,6 +284,8 @@ bool LinuxBackend::isNicEnabled(NIC nic) const
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (nic == SystemSet::NIC_4G)
         return !m_network.modem.path.isEmpty() && m_network.wwanEnabled;
+    if (nic == SystemSet::NIC_VPN)
+        return !m_network.vpns[0].active.isEmpty() || !m_network.vpns[1].active.isEmpty();
     const NetworkState::Device *d = m_network.device(nic);
     if (!d)
         return false;
@@ -305,6 +312,10 @@ void LinuxBackend::enableNIC(NIC nic, bool enable, bool persist)
         }
         if (!m_nm)
             return;
+        if (nic == SystemSet::NIC_VPN) {
+            m_nm->switchVpn(getVPNServer(), !enable, enable, token);
+            return;
+        }
         m_nm->changeProfile(
             nic, QStringLiteral("connection"),
             [enable](QVariantMap &connection) { connection.insert(QStringLiteral("autoconnect"), enable); },
@@ -539,12 +550,20 @@ void LinuxBackend::setVPNServer(VPNServer server)
         m_settings.setValue(vpnServerKey, int(server));
 }
 
-int LinuxBackend::getVPNServerState(VPNServer) const
+int LinuxBackend::getVPNServerState(VPNServer server) const
 {
-    return 0;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return server == SystemSet::VPN_ASIA || server == SystemSet::VPN_EUROPE ? m_network.vpns[server].state
+                                                                            : 0;
 }
 
-void LinuxBackend::resetVPNIp(VPNServer) {}
+void LinuxBackend::resetVPNIp(VPNServer server)
+{
+    post([this, server](ServiceBus &, const Token &token) {
+        if (m_nm)
+            m_nm->switchVpn(server, true, true, token);
+    });
+}
 
 bool LinuxBackend::isWifiConnected() const
 {

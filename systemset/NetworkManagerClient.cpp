@@ -30,6 +30,19 @@ const QString ip4Interface = QStringLiteral("org.freedesktop.NetworkManager.IP4C
 const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
 const QString activeInterface = QStringLiteral("org.freedesktop.NetworkManager.Connection.Active");
 const QString profileInterface = QStringLiteral("org.freedesktop.NetworkManager.Settings.Connection");
+const QString settingsPath = QStringLiteral("/org/freedesktop/NetworkManager/Settings");
+const QString settingsInterface = QStringLiteral("org.freedesktop.NetworkManager.Settings");
+const QString vpnInterface = QStringLiteral("org.freedesktop.NetworkManager.VPN.Connection");
+
+/// A VPN plug-in's state (NMVpnConnectionState), as the screen counts.
+int screenVpnState(uint state)
+{
+    if (state == 5)
+        return 5;
+    if (state >= 1 && state <= 4)
+        return 1;
+    return state == 6 ? 3 : 0;
+}
 
 constexpr int scanWaitMs = 15000;
 constexpr int connectWaitMs = 30000;
@@ -111,9 +124,20 @@ void NetworkManagerClient::start(const Token &token)
             }
             if (properties.contains(QStringLiteral("PrimaryConnection")))
                 readPrimary(pathText(properties.value(QStringLiteral("PrimaryConnection"))));
+            if (properties.contains(QStringLiteral("ActiveConnections"))) {
+                QList<QString> active;
+                for (const QDBusObjectPath &p : qdbus_cast<QList<QDBusObjectPath>>(
+                         properties.value(QStringLiteral("ActiveConnections"))))
+                    active << p.path();
+                readActive(active);
+            }
         },
         token);
     startModem(token);
+    readProfiles(token);
+    for (const QString &change : {QStringLiteral("NewConnection"), QStringLiteral("ConnectionRemoved")})
+        m_bus.listen(nm, settingsPath, settingsInterface, change,
+                     [this](const QDBusMessage &) { readProfiles(nullptr); });
     m_bus.listen(nm, nmPath, nm, QStringLiteral("DeviceAdded"), [this](const QDBusMessage &message) {
         if (!message.arguments().isEmpty())
             addDevice(pathText(message.arguments().constFirst()), nullptr);
@@ -128,6 +152,133 @@ void NetworkManagerClient::start(const Token &token)
         for (const QString &path : pathsOf(reply))
             addDevice(path, token);
     });
+}
+
+void NetworkManagerClient::readProfiles(const Token &token)
+{
+    m_bus.call(nm, settingsPath, settingsInterface, QStringLiteral("ListConnections"), {},
+               [this, token](const QDBusMessage &reply) {
+                   const QList<QString> profiles = pathsOf(reply);
+                   {
+                       const std::lock_guard<std::mutex> lock(m_mutex);
+                       m_state.anyVpnProfile = false;
+                       for (NetworkState::Vpn &vpn : m_state.vpns)
+                           vpn.profile.clear();
+                   }
+                   for (const QString &profile : profiles) {
+                       m_bus.call(nm, profile, profileInterface, QStringLiteral("GetSettings"), {},
+                                  [this, profile, token](const QDBusMessage &settings) {
+                                      if (settings.type() != QDBusMessage::ReplyMessage ||
+                                          settings.arguments().isEmpty())
+                                          return;
+                                      const QVariantMap connection =
+                                          qdbus_cast<ConnectionSettings>(settings.arguments().constFirst())
+                                              .value(QStringLiteral("connection"));
+                                      const QString type =
+                                          connection.value(QStringLiteral("type")).toString();
+                                      if (type != QLatin1String("vpn") && type != QLatin1String("wireguard"))
+                                          return;
+                                      const std::lock_guard<std::mutex> lock(m_mutex);
+                                      m_state.anyVpnProfile = true;
+                                      for (NetworkState::Vpn &vpn : m_state.vpns) {
+                                          if (!vpn.id.isEmpty() &&
+                                              vpn.id == connection.value(QStringLiteral("id")).toString())
+                                              vpn.profile = profile;
+                                      }
+                                  });
+                   }
+               });
+}
+
+void NetworkManagerClient::readActive(const QList<QString> &active)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        for (NetworkState::Vpn &vpn : m_state.vpns) {
+            if (!active.contains(vpn.active)) {
+                vpn.active.clear();
+                vpn.state = 0;
+            }
+        }
+    }
+    for (const QString &path : active) {
+        m_bus.call(nm, path, propertiesInterface, QStringLiteral("GetAll"), {activeInterface},
+                   [this, path](const QDBusMessage &reply) {
+                       const QVariantMap p = propertiesOf(reply);
+                       const QString profile = pathText(p.value(QStringLiteral("Connection")));
+                       const bool plugin = p.value(QStringLiteral("Vpn")).toBool();
+                       // A WireGuard tunnel is no VPN plug-in: its own state (2 activated, 1 activating)
+                       // counts.
+                       const uint state = p.value(QStringLiteral("State")).toUInt();
+                       const int shown = state == 2 ? 5 : state == 1 ? 1 : 0;
+                       int server = -1;
+                       {
+                           const std::lock_guard<std::mutex> lock(m_mutex);
+                           for (int i = 0; i < 2; ++i) {
+                               if (!profile.isEmpty() && m_state.vpns[i].profile == profile) {
+                                   server = i;
+                                   m_state.vpns[i].active = path;
+                                   if (!plugin)
+                                       m_state.vpns[i].state = shown;
+                               }
+                           }
+                       }
+                       if (server < 0 || !plugin)
+                           return;
+                       m_bus.watch(
+                           nm, path, vpnInterface,
+                           [this, server, path](const QVariantMap &vpn) {
+                               if (!vpn.contains(QStringLiteral("VpnState")))
+                                   return;
+                               const std::lock_guard<std::mutex> lock(m_mutex);
+                               if (m_state.vpns[server].active == path)
+                                   m_state.vpns[server].state =
+                                       screenVpnState(vpn.value(QStringLiteral("VpnState")).toUInt());
+                           },
+                           nullptr);
+                       m_bus.listen(nm, path, vpnInterface, QStringLiteral("VpnStateChanged"),
+                                    [this, server, path](const QDBusMessage &changed) {
+                                        const std::lock_guard<std::mutex> lock(m_mutex);
+                                        if (!changed.arguments().isEmpty() &&
+                                            m_state.vpns[server].active == path)
+                                            m_state.vpns[server].state =
+                                                screenVpnState(changed.arguments().constFirst().toUInt());
+                                    });
+                   });
+    }
+}
+
+void NetworkManagerClient::switchVpn(int server, bool down, bool up, const Token &token)
+{
+    QString profile;
+    QString active;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (server < 0 || server > 1)
+            return;
+        profile = m_state.vpns[server].profile;
+        active = m_state.vpns[server].active;
+    }
+    const auto activate = [this, profile, up, token] {
+        if (up && !profile.isEmpty())
+            m_bus.call(nm, nmPath, nm, QStringLiteral("ActivateConnection"),
+                       {QVariant::fromValue(QDBusObjectPath(profile)),
+                        QVariant::fromValue(QDBusObjectPath(QStringLiteral("/"))),
+                        QVariant::fromValue(QDBusObjectPath(QStringLiteral("/")))},
+                       [token](const QDBusMessage &) {});
+    };
+    if (profile.isEmpty()) {
+        m_bus.reportOnce(QStringLiteral("no vpn %1").arg(server),
+                         QStringLiteral("no saved VPN profile for server %1 (QSP_VPN_PROFILES)").arg(server));
+        return;
+    }
+    if (!down || active.isEmpty()) {
+        activate();
+        return;
+    }
+    m_bus.call(nm, nmPath, nm, QStringLiteral("DeactivateConnection"),
+               {QVariant::fromValue(QDBusObjectPath(active))},
+               [activate](const QDBusMessage &) { activate(); });
 }
 
 void NetworkManagerClient::readPrimary(const QString &active)
@@ -592,8 +743,6 @@ void NetworkManagerClient::scan(SystemSet::ScanCallback done, const Token &token
 
 void NetworkManagerClient::reset(SystemSet::ScanCallback done, const Token &token)
 {
-    const QString settingsPath = QStringLiteral("/org/freedesktop/NetworkManager/Settings");
-    const QString settingsInterface = QStringLiteral("org.freedesktop.NetworkManager.Settings");
     m_bus.call(
         nm, settingsPath, settingsInterface, QStringLiteral("ListConnections"), {},
         [this, done, token](const QDBusMessage &reply) {

@@ -46,6 +46,10 @@ public:
     void connect(const QByteArray &ssid, const QString &password, SystemSet::ConnectCallback done,
                  const Token &token);
 
+    /// Brings the tunnel of VPN server @p server down and up again (@p up false: only down; @p restart false
+    /// and @p up true: only up).
+    void switchVpn(int server, bool down, bool up, const Token &token);
+
     /// Deletes every saved Wi-Fi profile, disconnects the Wi-Fi device and scans (see scan()).
     void reset(SystemSet::ScanCallback done, const Token &token);
 
@@ -75,6 +79,10 @@ private:
         Token token;
     };
     void resolveProfile(const QString &devicePath);
+    /// Reads the saved profiles: which are VPNs, and which are the two servers'.
+    void readProfiles(const Token &token);
+    /// Follows NetworkManager's active connections for the VPN tunnels among them.
+    void readActive(const QList<QString> &active);
     /// Finds the device of the primary connection @p active.
     void readPrimary(const QString &active);
     /// Finds the first modem ModemManager lists and follows its signal and state.

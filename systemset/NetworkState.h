@@ -64,6 +64,16 @@ struct NetworkState
         int signal = 0;
         int state = 0; ///< ModemManager's MMModemState
     } modem;
+    /// The two VPN servers' saved profiles (by the ids in QSP_VPN_PROFILES) and their tunnels.
+    struct Vpn
+    {
+        QString id;      ///< the profile's connection.id
+        QString profile; ///< its object path, empty when there is none
+        QString active;  ///< its active connection, empty when it is down
+        int state = 0;   ///< as the screen counts: 5 up, 1 on the way, 3 failed, 0 down
+    };
+    Vpn vpns[2];
+    bool anyVpnProfile = false;    ///< a saved VPN or WireGuard profile exists
     QHash<QString, QString> named; ///< QSP_ADAPTERS: adapter name ("LAN0") to interface name
 
     /// The object path of the device that is @p nic, empty when there is none.

@@ -133,3 +133,19 @@ def saved_wifi_profile():
     mock(NM, DEVICES + 'wlan0dev').AddMethod(DEVICE, 'Disconnect', '', '', '')
     settings = dbus.Interface(bus.get_object(NM, NM_PATH + '/Settings'), NM + '.Settings')
     settings.AddConnection({'connection': {'id': 'Office', 'type': '802-11-wireless'}})
+
+
+def vpn_profiles():
+    """Two saved tunnels: "asia" through a VPN plug-in, "europe" WireGuard."""
+    settings = dbus.Interface(bus.get_object(NM, NM_PATH + '/Settings'), NM + '.Settings')
+    return [settings.AddConnection({'connection': {'id': name, 'type': kind}})
+            for name, kind in (('asia', 'vpn'), ('europe', 'wireguard'))]
+
+
+def vpn_up(profile, vpn_state):
+    """@p profile's tunnel is active, its VPN plug-in in @p vpn_state."""
+    path = NM_PATH + '/ActiveConnection/20'
+    manager().AddObject(path, NM + '.Connection.Active',
+                        {'Connection': dbus.ObjectPath(profile), 'Vpn': True, 'State': dbus.UInt32(2)}, [])
+    mock(NM, path).AddProperties(NM + '.VPN.Connection', {'VpnState': dbus.UInt32(vpn_state)})
+    set_property(NM_PATH, NM, 'ActiveConnections', dbus.Array([dbus.ObjectPath(path)], signature='o', variant_level=1))

@@ -5,6 +5,7 @@
 
 #include "DbusMock.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 #include <atomic>
@@ -47,6 +48,7 @@ private slots:
     void modemAndDefaultAdapter();
     void staticAndDhcp();
     void enableDnsAndReset();
+    void vpn();
     void connectOutcome_data();
     void connectOutcome();
 
@@ -74,6 +76,7 @@ void tst_LinuxNetwork::initTestCase()
     // connections do not activate at once: the device reports the outcome each row wants.
     QVERIFY(m_mock.python(QStringLiteral("network_board()")));
     qputenv("QSP_PANEL", "linux");
+    qputenv("QSP_VPN_PROFILES", "asia,europe");
     m_system = std::make_unique<HMI::SystemSet>();
 }
 
@@ -219,6 +222,27 @@ void tst_LinuxNetwork::enableDnsAndReset()
     QCOMPARE(m_mock.calls(nm).filter(QStringLiteral("Disconnect")).size(), 1);
     QVERIFY(m_mock.python(QStringLiteral("scan_ended(223456)")));
     QTRY_COMPARE(lists->load(), 1);
+}
+
+void tst_LinuxNetwork::vpn()
+{
+    using S = HMI::SystemSet;
+    QVERIFY(!(m_system->getAllNIC() & S::NIC_VPN));
+    QVERIFY(m_mock.python(QStringLiteral("vpn_up(vpn_profiles()[0], 5)")));
+    QTRY_VERIFY(m_system->getAllNIC() & S::NIC_VPN);
+    QTRY_COMPARE(m_system->getVPNServerState(S::VPN_ASIA), 5);
+    QCOMPARE(m_system->getVPNServerState(S::VPN_EUROPE), 0);
+    QVERIFY(m_system->isNicEnabled(S::NIC_VPN));
+
+    // A new address for the tunnel: down and up again.
+    m_mock.forget(nm);
+    m_system->resetVPNIp(S::VPN_ASIA);
+    QTRY_VERIFY(!m_mock.calls(nm).filter(QStringLiteral("ActivateConnection")).isEmpty());
+    // (The template's own activation may then fail on an object of its own: that is no call of the backend.)
+    const QStringList calls =
+        m_mock.calls(nm).filter(QRegularExpression(QStringLiteral("^(Dea|A)ctivateConnection \"")));
+    QVERIFY2(calls.size() == 2 && calls.at(0).startsWith(QLatin1String("DeactivateConnection")),
+             qPrintable(calls.join(u'|')));
 }
 
 void tst_LinuxNetwork::connectOutcome_data()
