@@ -158,36 +158,43 @@ void NetworkManagerClient::readProfiles(const Token &token)
 {
     m_bus.call(nm, settingsPath, settingsInterface, QStringLiteral("ListConnections"), {},
                [this, token](const QDBusMessage &reply) {
-                   const QList<QString> profiles = pathsOf(reply);
                    {
                        const std::lock_guard<std::mutex> lock(m_mutex);
                        m_state.anyVpnProfile = false;
+                       m_state.wifiProfiles.clear();
                        for (NetworkState::Vpn &vpn : m_state.vpns)
                            vpn.profile.clear();
                    }
-                   for (const QString &profile : profiles) {
+                   for (const QString &profile : pathsOf(reply))
                        m_bus.call(nm, profile, profileInterface, QStringLiteral("GetSettings"), {},
                                   [this, profile, token](const QDBusMessage &settings) {
-                                      if (settings.type() != QDBusMessage::ReplyMessage ||
-                                          settings.arguments().isEmpty())
-                                          return;
-                                      const QVariantMap connection =
-                                          qdbus_cast<ConnectionSettings>(settings.arguments().constFirst())
-                                              .value(QStringLiteral("connection"));
-                                      const QString type =
-                                          connection.value(QStringLiteral("type")).toString();
-                                      if (type != QLatin1String("vpn") && type != QLatin1String("wireguard"))
-                                          return;
-                                      const std::lock_guard<std::mutex> lock(m_mutex);
-                                      m_state.anyVpnProfile = true;
-                                      for (NetworkState::Vpn &vpn : m_state.vpns) {
-                                          if (!vpn.id.isEmpty() &&
-                                              vpn.id == connection.value(QStringLiteral("id")).toString())
-                                              vpn.profile = profile;
-                                      }
+                                      if (settings.type() == QDBusMessage::ReplyMessage &&
+                                          !settings.arguments().isEmpty())
+                                          savedProfile(profile, qdbus_cast<ConnectionSettings>(
+                                                                    settings.arguments().constFirst()));
                                   });
-                   }
                });
+}
+
+void NetworkManagerClient::savedProfile(const QString &profile, const ConnectionSettings &settings)
+{
+    const QVariantMap connection = settings.value(QStringLiteral("connection"));
+    const QString type = connection.value(QStringLiteral("type")).toString();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (type == QLatin1String("802-11-wireless")) {
+        const QByteArray ssid =
+            settings.value(QStringLiteral("802-11-wireless")).value(QStringLiteral("ssid")).toByteArray();
+        if (!ssid.isEmpty())
+            m_state.wifiProfiles[profile] = ssid;
+        return;
+    }
+    if (type != QLatin1String("vpn") && type != QLatin1String("wireguard"))
+        return;
+    m_state.anyVpnProfile = true;
+    for (NetworkState::Vpn &vpn : m_state.vpns) {
+        if (!vpn.id.isEmpty() && vpn.id == connection.value(QStringLiteral("id")).toString())
+            vpn.profile = profile;
+    }
 }
 
 void NetworkManagerClient::readActive(const QList<QString> &active)
@@ -867,6 +874,23 @@ void NetworkManagerClient::connect(const QByteArray &ssid, const QString &passwo
                      [this] { endAttempt(SystemSet::WIFI_TIMEOUT); });
     m_attempt->timeout->start(connectWaitMs);
 
+    QString saved;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        for (const auto &entry : m_state.wifiProfiles) {
+            if (entry.second == ssid)
+                saved = entry.first;
+        }
+    }
+    if (saved.isEmpty())
+        addAndActivate(ssid, password, secured, device, accessPoint);
+    else
+        reuseProfile(saved, device, accessPoint, secured ? password : QString());
+}
+
+void NetworkManagerClient::addAndActivate(const QByteArray &ssid, const QString &password, bool secured,
+                                          const QString &device, const QString &accessPoint)
+{
     ConnectionSettings settings;
     settings[QStringLiteral("connection")] =
         QVariantMap{{QStringLiteral("type"), QStringLiteral("802-11-wireless")},
@@ -875,14 +899,54 @@ void NetworkManagerClient::connect(const QByteArray &ssid, const QString &passwo
     if (secured)
         settings[QStringLiteral("802-11-wireless-security")] = QVariantMap{
             {QStringLiteral("key-mgmt"), QStringLiteral("wpa-psk")}, {QStringLiteral("psk"), password}};
+    activateOrEnd(QStringLiteral("AddAndActivateConnection"),
+                  {QVariant::fromValue(settings), QVariant::fromValue(QDBusObjectPath(device)),
+                   QVariant::fromValue(QDBusObjectPath(accessPoint))});
+}
+
+void NetworkManagerClient::reuseProfile(const QString &profile, const QString &device,
+                                        const QString &accessPoint, const QString &password)
+{
+    // The saved profile for that name gets the password typed now, and is activated.
     Attempt *attempt = m_attempt.get();
-    m_bus.call(nm, nmPath, nm, QStringLiteral("AddAndActivateConnection"),
-               {QVariant::fromValue(settings), QVariant::fromValue(QDBusObjectPath(device)),
-                QVariant::fromValue(QDBusObjectPath(accessPoint))},
-               [this, attempt](const QDBusMessage &reply) {
-                   if (reply.type() == QDBusMessage::ErrorMessage && m_attempt.get() == attempt)
+    m_bus.call(nm, profile, profileInterface, QStringLiteral("GetSettings"), {},
+               [this, attempt, profile, device, accessPoint, password](const QDBusMessage &reply) {
+                   if (m_attempt.get() != attempt)
+                       return;
+                   if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
                        endAttempt(SystemSet::WIFI_OFFLINE);
+                       return;
+                   }
+                   auto settings = qdbus_cast<ConnectionSettings>(reply.arguments().constFirst());
+                   if (!password.isEmpty())
+                       settings[QStringLiteral("802-11-wireless-security")] =
+                           QVariantMap{{QStringLiteral("key-mgmt"), QStringLiteral("wpa-psk")},
+                                       {QStringLiteral("psk"), password}};
+                   m_bus.call(nm, profile, profileInterface, QStringLiteral("Update"),
+                              {QVariant::fromValue(settings)},
+                              [this, attempt, profile, device, accessPoint](const QDBusMessage &updated) {
+                                  if (m_attempt.get() != attempt)
+                                      return;
+                                  if (updated.type() != QDBusMessage::ReplyMessage) {
+                                      endAttempt(SystemSet::WIFI_OFFLINE);
+                                      return;
+                                  }
+                                  activateOrEnd(QStringLiteral("ActivateConnection"),
+                                                {QVariant::fromValue(QDBusObjectPath(profile)),
+                                                 QVariant::fromValue(QDBusObjectPath(device)),
+                                                 QVariant::fromValue(QDBusObjectPath(accessPoint))});
+                              });
                });
+}
+
+void NetworkManagerClient::activateOrEnd(const QString &method, const QVariantList &arguments)
+{
+    // The device's state tells the outcome; a refused call ends the attempt unconnected.
+    Attempt *attempt = m_attempt.get();
+    m_bus.call(nm, nmPath, nm, method, arguments, [this, attempt](const QDBusMessage &reply) {
+        if (reply.type() == QDBusMessage::ErrorMessage && m_attempt.get() == attempt)
+            endAttempt(SystemSet::WIFI_OFFLINE);
+    });
 }
 
 void NetworkManagerClient::deviceStateChanged(const QString &path, const QDBusMessage &message)

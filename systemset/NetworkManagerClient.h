@@ -81,6 +81,8 @@ private:
     void resolveProfile(const QString &devicePath);
     /// Reads the saved profiles: which are VPNs, and which are the two servers'.
     void readProfiles(const Token &token);
+    /// Notes what the saved @p profile is: a Wi-Fi network's, or one of the VPN servers'.
+    void savedProfile(const QString &profile, const ConnectionSettings &settings);
     /// Follows NetworkManager's active connections for the VPN tunnels among them.
     void readActive(const QList<QString> &active);
     /// Finds the device of the primary connection @p active.
@@ -97,6 +99,14 @@ private:
     void updateDevice(const QString &path, const QVariantMap &properties, const Token &token);
     void finishScans();
     void listAccessPoints(const QString &device, std::function<void()> then);
+    /// A new profile for @p ssid, added and activated in one call.
+    void addAndActivate(const QByteArray &ssid, const QString &password, bool secured, const QString &device,
+                        const QString &accessPoint);
+    /// The saved @p profile, with @p password when there is one, activated.
+    void reuseProfile(const QString &profile, const QString &device, const QString &accessPoint,
+                      const QString &password);
+    /// Calls NetworkManager's @p method for the attempt under way.
+    void activateOrEnd(const QString &method, const QVariantList &arguments);
     void deviceStateChanged(const QString &path, const QDBusMessage &message);
     void endAttempt(SystemSet::StateWifi outcome);
 

@@ -73,8 +73,9 @@ struct NetworkState
         int state = 0;   ///< as the screen counts: 5 up, 1 on the way, 3 failed, 0 down
     };
     Vpn vpns[2];
-    bool anyVpnProfile = false;    ///< a saved VPN or WireGuard profile exists
-    QHash<QString, QString> named; ///< QSP_ADAPTERS: adapter name ("LAN0") to interface name
+    bool anyVpnProfile = false;                 ///< a saved VPN or WireGuard profile exists
+    std::map<QString, QByteArray> wifiProfiles; ///< saved Wi-Fi profiles: their network names, by object path
+    QHash<QString, QString> named;              ///< QSP_ADAPTERS: adapter name ("LAN0") to interface name
 
     /// The object path of the device that is @p nic, empty when there is none.
     QString pathOf(int nic) const;

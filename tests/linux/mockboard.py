@@ -68,6 +68,7 @@ def quiet_connections():
     manager().AddMethod(NM, 'AddAndActivateConnection', 'a{sa{sv}}oo', 'oo',
                         'ret = (dbus.ObjectPath("%s/Settings/99"), dbus.ObjectPath("%s/ActiveConnection/99"))'
                         % (NM_PATH, NM_PATH))
+    manager().AddMethod(NM, 'ActivateConnection', 'ooo', 'o', 'ret = dbus.ObjectPath("%s/ActiveConnection/98")' % NM_PATH)
 
 
 def network_board():
@@ -149,3 +150,10 @@ def vpn_up(profile, vpn_state):
                         {'Connection': dbus.ObjectPath(profile), 'Vpn': True, 'State': dbus.UInt32(2)}, [])
     mock(NM, path).AddProperties(NM + '.VPN.Connection', {'VpnState': dbus.UInt32(vpn_state)})
     set_property(NM_PATH, NM, 'ActiveConnections', dbus.Array([dbus.ObjectPath(path)], signature='o', variant_level=1))
+
+
+def saved_office():
+    """A saved profile for the network named Office."""
+    settings = dbus.Interface(bus.get_object(NM, NM_PATH + '/Settings'), NM + '.Settings')
+    return settings.AddConnection({'connection': {'id': 'Office at work', 'type': '802-11-wireless'},
+                                   '802-11-wireless': {'ssid': dbus.ByteArray(b'Office')}})

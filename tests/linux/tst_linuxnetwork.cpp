@@ -51,6 +51,7 @@ private slots:
     void vpn();
     void connectOutcome_data();
     void connectOutcome();
+    void savedProfileReused();
 
 private:
     /// The device reports its new state and the reason, as NetworkManager does.
@@ -290,6 +291,34 @@ void tst_LinuxNetwork::connectOutcome()
         QVERIFY2(call.contains(QLatin1String(part)), qPrintable(call));
     QVERIFY(emitDeviceState(state, reason));
     QTRY_COMPARE(seen(), (QList<int>{HMI::SystemSet::WIFI_CONNECTING, outcome}));
+}
+
+void tst_LinuxNetwork::savedProfileReused()
+{
+    m_mock.forget(nm);
+    QVERIFY(m_mock.python(QStringLiteral("saved_office()")));
+    QTRY_VERIFY(m_mock.calls(nm).contains(QStringLiteral("GetSettings"))); // the backend reads it
+    QTest::qWait(100);
+    m_mock.forget(nm);
+    auto outcomes = std::make_shared<std::atomic<int>>(0);
+    HMI::SSID office{};
+    std::copy_n("Office", 6, office.begin());
+    m_system->connectWifi(office, "n3w",
+                          [outcomes](HMI::SystemSet::StateWifi s) { *outcomes = *outcomes * 10 + s; });
+    // The saved profile gets the new password and is activated; no new profile is made.
+    QTRY_VERIFY(!m_mock.calls(nm).filter(QStringLiteral("ActivateConnection")).isEmpty());
+    QVERIFY(m_mock.calls(nm).filter(QStringLiteral("AddAndActivateConnection")).isEmpty());
+    QVERIFY(m_mock.calls(nm)
+                .filter(QStringLiteral("Update {"))
+                .constLast()
+                .contains(QLatin1String("\"psk\": \"n3w\"")));
+    QVERIFY(m_mock.calls(nm)
+                .filter(QStringLiteral("ActivateConnection"))
+                .constLast()
+                .endsWith(QLatin1String(
+                    "/Devices/wlan0dev\" \"/org/freedesktop/NetworkManager/AccessPoint/ap2\"")));
+    QVERIFY(emitDeviceState(100u, 0u));
+    QTRY_COMPARE(outcomes->load(), 12); // connecting, then connected
 }
 
 QTEST_GUILESS_MAIN(tst_LinuxNetwork)
