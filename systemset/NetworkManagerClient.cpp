@@ -129,6 +129,7 @@ void NetworkManagerClient::start(const Token &token)
                 for (const QDBusObjectPath &p : qdbus_cast<QList<QDBusObjectPath>>(
                          properties.value(QStringLiteral("ActiveConnections"))))
                     active << p.path();
+                m_activeConnections = active;
                 readActive(active);
             }
         },
@@ -180,21 +181,29 @@ void NetworkManagerClient::savedProfile(const QString &profile, const Connection
 {
     const QVariantMap connection = settings.value(QStringLiteral("connection"));
     const QString type = connection.value(QStringLiteral("type")).toString();
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    if (type == QLatin1String("802-11-wireless")) {
-        const QByteArray ssid =
-            settings.value(QStringLiteral("802-11-wireless")).value(QStringLiteral("ssid")).toByteArray();
-        if (!ssid.isEmpty())
-            m_state.wifiProfiles[profile] = ssid;
-        return;
+    bool server = false;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (type == QLatin1String("802-11-wireless")) {
+            const QByteArray ssid =
+                settings.value(QStringLiteral("802-11-wireless")).value(QStringLiteral("ssid")).toByteArray();
+            if (!ssid.isEmpty())
+                m_state.wifiProfiles[profile] = ssid;
+            return;
+        }
+        if (type != QLatin1String("vpn") && type != QLatin1String("wireguard"))
+            return;
+        m_state.anyVpnProfile = true;
+        for (NetworkState::Vpn &vpn : m_state.vpns) {
+            if (!vpn.id.isEmpty() && vpn.id == connection.value(QStringLiteral("id")).toString()) {
+                vpn.profile = profile;
+                server = true;
+            }
+        }
     }
-    if (type != QLatin1String("vpn") && type != QLatin1String("wireguard"))
-        return;
-    m_state.anyVpnProfile = true;
-    for (NetworkState::Vpn &vpn : m_state.vpns) {
-        if (!vpn.id.isEmpty() && vpn.id == connection.value(QStringLiteral("id")).toString())
-            vpn.profile = profile;
-    }
+    // A tunnel may have come up before its profile was read: look at the active connections again.
+    if (server)
+        readActive(m_activeConnections);
 }
 
 void NetworkManagerClient::readActive(const QList<QString> &active)

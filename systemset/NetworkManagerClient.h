@@ -121,7 +121,8 @@ private:
     std::vector<PendingScan> m_scans;
     QTimer *m_scanTimeout = nullptr;
     std::unique_ptr<Attempt> m_attempt;
-    std::vector<Change> m_changes; ///< one at a time, in order: each reads what the one before wrote
+    QList<QString> m_activeConnections; ///< NetworkManager's, as last heard
+    std::vector<Change> m_changes;      ///< one at a time, in order: each reads what the one before wrote
     bool m_changing = false;
     /// An activation whose outcome a change waits for: the device, and whom to tell.
     QString m_activating;
