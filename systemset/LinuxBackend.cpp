@@ -297,21 +297,13 @@ bool LinuxBackend::isNicEnabled(NIC nic) const
 
 void LinuxBackend::enableNIC(NIC nic, bool enable, bool persist)
 {
-    post([this, nic, enable, persist](ServiceBus &bus, const Token &token) {
-        if (nic == SystemSet::NIC_WIFI || nic == SystemSet::NIC_4G) {
-            // The radios: NetworkManager keeps these settings itself.
-            bus.call(QStringLiteral("org.freedesktop.NetworkManager"),
-                     QStringLiteral("/org/freedesktop/NetworkManager"),
-                     QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Set"),
-                     {QStringLiteral("org.freedesktop.NetworkManager"),
-                      nic == SystemSet::NIC_WIFI ? QStringLiteral("WirelessEnabled")
-                                                 : QStringLiteral("WwanEnabled"),
-                      QVariant::fromValue(QDBusVariant(enable))},
-                     [token](const QDBusMessage &) {});
-            return;
-        }
+    post([this, nic, enable, persist](ServiceBus &, const Token &token) {
         if (!m_nm)
             return;
+        if (nic == SystemSet::NIC_WIFI || nic == SystemSet::NIC_4G) {
+            m_nm->setRadio(nic, enable, token);
+            return;
+        }
         if (nic == SystemSet::NIC_VPN) {
             m_nm->switchVpn(getVPNServer(), !enable, enable, token);
             return;

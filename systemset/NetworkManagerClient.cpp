@@ -264,6 +264,15 @@ void NetworkManagerClient::readActive(const QList<QString> &active)
     }
 }
 
+void NetworkManagerClient::setRadio(int nic, bool on, const Token &token)
+{
+    m_bus.call(
+        nm, nmPath, propertiesInterface, QStringLiteral("Set"),
+        {nm, nic == SystemSet::NIC_WIFI ? QStringLiteral("WirelessEnabled") : QStringLiteral("WwanEnabled"),
+         QVariant::fromValue(QDBusVariant(on))},
+        [token](const QDBusMessage &) {});
+}
+
 void NetworkManagerClient::switchVpn(int server, bool down, bool up, const Token &token)
 {
     QString profile;
@@ -409,8 +418,6 @@ void NetworkManagerClient::updateDevice(const QString &path, const QVariantMap &
             d.mac = NetworkState::macOf(properties.value(QStringLiteral("HwAddress")).toString());
         if (properties.contains(QStringLiteral("ActiveAccessPoint")))
             d.activeAccessPoint = pathText(properties.value(QStringLiteral("ActiveAccessPoint")));
-        if (properties.contains(QStringLiteral("LastScan")))
-            d.lastScan = properties.value(QStringLiteral("LastScan")).toLongLong();
         if (properties.contains(QStringLiteral("ActiveConnection"))) {
             const QString active = pathText(properties.value(QStringLiteral("ActiveConnection")));
             profileChanged = profileChanged || active != d.activeConnection;

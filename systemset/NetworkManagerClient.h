@@ -46,6 +46,9 @@ public:
     void connect(const QByteArray &ssid, const QString &password, SystemSet::ConnectCallback done,
                  const Token &token);
 
+    /// Switches the Wi-Fi (@p nic NIC_WIFI) or the mobile (NIC_4G) radio; NetworkManager keeps the setting.
+    void setRadio(int nic, bool on, const Token &token);
+
     /// Brings the tunnel of VPN server @p server down and up again (@p up false: only down; @p restart false
     /// and @p up true: only up).
     void switchVpn(int server, bool down, bool up, const Token &token);

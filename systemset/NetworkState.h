@@ -40,7 +40,6 @@ struct NetworkState
         QString profile;           ///< the profile in use or to use, empty when none
         bool dhcp = true;          ///< the profile's ipv4.method is "auto"
         Ip4 stored;                ///< the profile's static IPv4 settings
-        qlonglong lastScan = -1;   ///< Wi-Fi: when the last scan ended
     };
 
     struct AccessPoint
