@@ -29,7 +29,7 @@ mock --template logind
 mock org.freedesktop.hostname1 /org/freedesktop/hostname1 org.freedesktop.hostname1
 mock -m org.freedesktop.ModemManager1 /org/freedesktop/ModemManager1 org.freedesktop.ModemManager1
 
-/usr/bin/python3 - <<'PY'
+QSP_ROOT=$root /usr/bin/python3 - <<'PY'
 import os, time, dbus
 bus = dbus.bus.BusConnection(os.environ['DBUS_SYSTEM_BUS_ADDRESS'])
 for name in ('org.freedesktop.NetworkManager', 'org.freedesktop.timedate1', 'org.freedesktop.login1',
@@ -38,36 +38,20 @@ for name in ('org.freedesktop.NetworkManager', 'org.freedesktop.timedate1', 'org
         if bus.name_has_owner(name):
             break
         time.sleep(0.1)
-def mock(service, path):
-    return dbus.Interface(bus.get_object(service, path), 'org.freedesktop.DBus.Mock')
-NM = 'org.freedesktop.NetworkManager'
-D = NM + '.Device'
-m = mock(NM, '/org/freedesktop/NetworkManager')
+# The tests' helpers for mocked boards (tests/linux/mockboard.py).
+import sys
+sys.path.insert(0, os.path.join(os.environ['QSP_ROOT'], 'tests', 'linux'))
+from mockboard import *
+D = DEVICE
+m = manager()
 m.AddProperty(NM, 'PrimaryConnection', dbus.ObjectPath('/'))
 eth0 = m.AddEthernetDevice('eth0dev', 'eth0', 100)
 eth1 = m.AddEthernetDevice('eth1dev', 'eth1', 20)
 wlan = m.AddWiFiDevice('wlan0dev', 'wlan0', 30)
-settings = dbus.Interface(bus.get_object(NM, '/org/freedesktop/NetworkManager/Settings'), NM + '.Settings')
-def profile(name, method, address, gateway):
-    ipv4 = {'method': method}
-    if address:
-        ipv4['address-data'] = dbus.Array([{'address': address, 'prefix': dbus.UInt32(24)}], signature='a{sv}')
-        ipv4['gateway'] = gateway
-    return settings.AddConnection({'connection': {'id': name, 'type': '802-3-ethernet'}, 'ipv4': ipv4})
-for device, path, method, address, gateway, config in (
-        (eth0, profile('Wired 1', 'manual', '192.168.1.50', '192.168.1.1'), 'manual', '192.168.1.50', '192.168.1.1', 1),
-        (eth1, profile('Wired 2', 'auto', None, None), 'auto', None, None, 0)):
-    mock(NM, device).AddMethod(D, 'Reapply', 'a{sa{sv}}tu', '', '')
-    mock(NM, device).AddMethod(D, 'Disconnect', '', '', '')
-    m.SetProperty(device, D, 'AvailableConnections', dbus.Array([path], signature='o', variant_level=1))
-    ip4 = dbus.ObjectPath('/')
-    if config:
-        ip4 = dbus.ObjectPath('/org/freedesktop/NetworkManager/IP4Config/%d' % config)
-        m.AddObject(ip4, NM + '.IP4Config', {
-            'AddressData': dbus.Array([{'address': address, 'prefix': dbus.UInt32(24)}], signature='a{sv}'),
-            'Gateway': gateway,
-            'NameserverData': dbus.Array([{'address': '192.168.1.1'}, {'address': '8.8.8.8'}], signature='a{sv}')}, [])
-    mock(NM, device).AddProperty(D, 'Ip4Config', ip4)
+give_profile('eth0dev', wired_profile('Wired 1', 'manual', '192.168.1.50', '192.168.1.1'))
+give_profile('eth1dev', wired_profile('Wired 2', 'auto'))
+mock(NM, eth0).AddProperty(D, 'Ip4Config', ip4config(1, '192.168.1.50', '192.168.1.1', ('192.168.1.1', '8.8.8.8')))
+mock(NM, eth1).AddProperty(D, 'Ip4Config', dbus.ObjectPath('/'))
 mock(NM, wlan).AddProperty(D, 'Ip4Config', dbus.ObjectPath('/'))
 mock(NM, wlan).AddMethod(D, 'Disconnect', '', '', '')
 mock(NM, wlan).AddProperty(D + '.Wireless', 'LastScan', dbus.Int64(0))
