@@ -97,7 +97,7 @@ LinuxBackend::LinuxBackend()
     for (int i = 0; i < 2; ++i)
         m_network.vpns[i].id = vpnIds.value(i).trimmed();
     m_thread.setObjectName(QStringLiteral("linux backend"));
-    auto *bus = new ServiceBus;
+    auto *bus = new ServiceBus([this] { runTasks(); });
     bus->moveToThread(&m_thread);
     m_bus = bus;
     m_thread.start();
@@ -193,8 +193,7 @@ void LinuxBackend::post(std::function<void(ServiceBus &, const Token &)> task) c
         const std::lock_guard<std::mutex> lock(m_tasksMutex);
         m_tasks.push_back({std::move(task), pending()});
     }
-    QMetaObject::invokeMethod(
-        bus, [this] { runTasks(); }, Qt::QueuedConnection);
+    bus->wake();
 }
 
 void LinuxBackend::runTasks() const

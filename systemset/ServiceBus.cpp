@@ -1,5 +1,6 @@
 #include "systemset/ServiceBus.h"
 
+#include <QCoreApplication>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
@@ -10,6 +11,8 @@ namespace HMI {
 
 namespace {
 
+const QEvent::Type wakeEvent = QEvent::Type(QEvent::User + 1);
+
 const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
 
 QString watchKey(const QString &path, const QString &interface)
@@ -19,10 +22,22 @@ QString watchKey(const QString &path, const QString &interface)
 
 } // namespace
 
-ServiceBus::ServiceBus(QObject *parent)
+ServiceBus::ServiceBus(std::function<void()> posted, QObject *parent)
     : QObject(parent)
+    , m_posted(std::move(posted))
     , m_name(QStringLiteral("qsp-linux-backend-%1").arg(quintptr(this), 0, 16))
 {}
+
+void ServiceBus::wake()
+{
+    QCoreApplication::postEvent(this, new QEvent(wakeEvent));
+}
+
+void ServiceBus::customEvent(QEvent *event)
+{
+    if (event->type() == wakeEvent && m_posted)
+        m_posted();
+}
 
 bool ServiceBus::open()
 {

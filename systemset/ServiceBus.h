@@ -25,7 +25,12 @@ public:
     using Reply = std::function<void(const QDBusMessage &reply)>;
     using Changed = std::function<void(const QVariantMap &properties)>;
 
-    explicit ServiceBus(QObject *parent = nullptr);
+    /// @p posted runs in the bus's thread each time wake() is called (from any thread).
+    explicit ServiceBus(std::function<void()> posted, QObject *parent = nullptr);
+
+    /// Has the bus's thread run the posted work soon. The wake-up carries no data: what it runs is handed
+    /// over under its owner's own lock.
+    void wake();
 
     /// Connects; false (reported once) when there is no bus.
     bool open();
@@ -48,11 +53,15 @@ public:
     /// Prints "linux backend: @p text" on stderr unless a problem of @p kind was printed before.
     void reportOnce(const QString &kind, const QString &text);
 
+protected:
+    void customEvent(QEvent *event) override;
+
 private Q_SLOTS:
     void propertiesChanged(const QDBusMessage &message);
     void signalArrived(const QDBusMessage &message);
 
 private:
+    std::function<void()> m_posted;
     QString m_name;
     QDBusConnection m_bus{QString()};
     QHash<QString, Changed> m_watched;                                     ///< by path and interface
