@@ -15,6 +15,7 @@
 #include "shell/ComponentCache.h"
 #include "shell/DocumentPart.h"
 #include "shell/GlobalInfo.h"
+#include "shell/IconProvider.h"
 #include "shell/Palette.h"
 #include "systemset/MeyerSingleton.h"
 
@@ -355,7 +356,7 @@ QQuickImage *CardNetwork::addColumnItemImage(QQuickItem *row, const QString &sou
     image->setSize(QSizeF(side, side));
     image->setSourceSize(QSize(40, 40));
     image->setFillMode(QQuickImage::PreserveAspectFit);
-    image->setSource(QUrl(source));
+    IconProvider::setSource(image, QUrl(source));
     anchorRight(image, row, m_fontPixelSize);
     return image;
 }

@@ -12,6 +12,7 @@
 #include "shell/BaseCard.h"
 #include "shell/DocumentPart.h"
 #include "shell/GlobalInfo.h"
+#include "shell/IconProvider.h"
 #include "shell/OnGuiThread.h"
 #include "shell/Palette.h"
 #include "systemset/MeyerSingleton.h"
@@ -145,7 +146,7 @@ void CardWifi::addReturnButton()
     // Where the menu fills the screen the root item's own arrow shows, and this button covers it.
     if (!info.isMenuFill()) {
         auto *arrow = new QQuickImage(button);
-        arrow->setSource(QUrl(QStringLiteral("qrc:/setting/icons/leftArrow0@2x.png")));
+        IconProvider::setSource(arrow, QUrl(QStringLiteral("image://qspicon/leftArrow0@2x")));
         arrow->setSourceSize(QSize(40, 40));
         arrow->setSize(QSizeF(m_base * 2.0 / 3, m_base * 2.0 / 3));
         anchorsOf(arrow)->setCenterIn(button);

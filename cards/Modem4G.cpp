@@ -2,6 +2,7 @@
 
 #include "cards/CardNetwork.h"
 #include "controls/BeepSwitch.h"
+#include "shell/IconProvider.h"
 #include "shell/Palette.h"
 #include "systemset/MeyerSingleton.h"
 
@@ -41,7 +42,7 @@ QList<QQuickItem *> Modem4G::addRows()
 
     QQuickItem *row = m_card->addColumnItemRoot(32.0 / 31.0);
     m_card->addColumnItemText(row, QT_TRANSLATE_NOOP("CardNetwork", "Signal"));
-    m_signalImage = m_card->addColumnItemImage(row, QStringLiteral("qrc:/setting/icons/singal4G_3.png"));
+    m_signalImage = m_card->addColumnItemImage(row, QStringLiteral("image://qspicon/singal4G_3"));
     rows << row;
 
     rows << m_card->addStateRow(m_stateText, &m_stateSource);
@@ -69,7 +70,7 @@ void Modem4G::setPolling(bool run)
 void Modem4G::clear()
 {
     if (m_signalImage)
-        m_signalImage->setSource(QUrl(QStringLiteral("qrc:/setting/icons/singal4G_0.png")));
+        IconProvider::setSource(m_signalImage, QUrl(QStringLiteral("image://qspicon/singal4G_0")));
     CardNetwork::setStateText(m_stateText, m_stateSource, QT_TRANSLATE_NOOP("CardNetwork", "Not connected"),
                               NormalColor);
 }
@@ -82,7 +83,8 @@ void Modem4G::update()
         // Five bands of 20; a value above 100 is not a reading and leaves the icon as it was.
         if (signal <= 100) {
             const int band = signal < 1 ? 0 : (signal + 19) / 20;
-            m_signalImage->setSource(QUrl(QStringLiteral("qrc:/setting/icons/singal4G_%1.png").arg(band)));
+            IconProvider::setSource(m_signalImage,
+                                    QUrl(QStringLiteral("image://qspicon/singal4G_%1").arg(band)));
         }
     }
     if (m_stateText) {

@@ -3,6 +3,7 @@
 #include "cards/CardHelpers.h"
 #include "cards/SsidText.h"
 #include "controls/BeepButton.h"
+#include "shell/IconProvider.h"
 #include "shell/Palette.h"
 #include "systemset/MeyerSingleton.h"
 
@@ -34,12 +35,12 @@ constexpr int MAX_ROWS_PER_TURN = 500;
 QUrl signalIcon(int strength)
 {
     if (strength >= 80)
-        return QUrl(QStringLiteral("qrc:/setting/icons/4@2x.png"));
+        return QUrl(QStringLiteral("image://qspicon/4@2x"));
     if (strength >= 60)
-        return QUrl(QStringLiteral("qrc:/setting/icons/3@2x.png"));
+        return QUrl(QStringLiteral("image://qspicon/3@2x"));
     if (strength >= 40)
-        return QUrl(QStringLiteral("qrc:/setting/icons/2@2x.png"));
-    return QUrl(QStringLiteral("qrc:/setting/icons/1@2x.png"));
+        return QUrl(QStringLiteral("image://qspicon/2@2x"));
+    return QUrl(QStringLiteral("image://qspicon/1@2x"));
 }
 
 } // namespace
@@ -136,7 +137,7 @@ QQuickItem *WifiList::addItem(const SsidInfo &record, int index)
     if (index == m_rows.size())
         m_rows.append(makeRow(index));
     const Row &row = m_rows.at(index);
-    row.icon->setSource(signalIcon(record.signal));
+    IconProvider::setSource(row.icon, signalIcon(record.signal));
     row.name->setText(ssidText(record.ssid));
     row.item->setVisible(isRowShown(record.ssid));
     m_rowsInUse = qMax(m_rowsInUse, index + 1);
@@ -202,7 +203,7 @@ void WifiList::addConnectedRow()
     m_curTick = new QQuickImage(m_current);
     m_curTick->setSize(QSizeF(side, side));
     m_curTick->setSourceSize(QSize(24, 24));
-    m_curTick->setSource(QUrl(QStringLiteral("qrc:/setting/icons/newtickgreen.png")));
+    IconProvider::setSource(m_curTick, QUrl(QStringLiteral("image://qspicon/newtickgreen")));
     centreVertically(m_curTick, m_current);
     anchorsOf(m_curTick)->setRight(rightOf(m_current));
 
@@ -265,7 +266,7 @@ void WifiList::updateSignalStrength()
     const int strength = Panel::instance().currentWifiSignalStrength();
     if (strength < 1)
         return;
-    m_curSignalIcon->setSource(signalIcon(strength));
+    IconProvider::setSource(m_curSignalIcon, signalIcon(strength));
 }
 
 CardWifi::WIFI_INFO *WifiList::findBySsid(const HMI::SSID &ssid)

@@ -7,6 +7,7 @@
 #include "controls/VkbManager.h"
 #include "shell/AppRootItem.h"
 #include "shell/GlobalInfo.h"
+#include "shell/IconProvider.h"
 #include "shell/KeyPressFilter.h"
 #include "shell/Palette.h"
 
@@ -218,7 +219,7 @@ void WifiPasswordDialog::build()
     box->border()->setWidth(2);
     box->border()->setColor(FRAME_BORDER);
     auto *tick = new QQuickImage(box);
-    tick->setSource(QUrl(QStringLiteral("qrc:/setting/icons/tickGray.png")));
+    IconProvider::setSource(tick, QUrl(QStringLiteral("image://qspicon/tickGray")));
     tick->setSourceSize(QSize(24, 24));
     anchorsOf(tick)->setFill(box);
     anchorsOf(tick)->setMargins(4);

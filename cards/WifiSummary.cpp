@@ -6,6 +6,7 @@
 #include "cards/SsidText.h"
 #include "controls/BeepButton.h"
 #include "shell/GlobalInfo.h"
+#include "shell/IconProvider.h"
 #include "shell/Palette.h"
 #include "systemset/MeyerSingleton.h"
 
@@ -71,7 +72,7 @@ QQuickItem *WifiSummary::addRow()
     const qreal iconSide = height * 21.0 / 41.0;
     icon->setSize(QSizeF(iconSide, iconSide));
     icon->setSourceSize(QSize(40, 40));
-    icon->setSource(QUrl(QStringLiteral("qrc:/setting/icons/4@2x.png")));
+    IconProvider::setSource(icon, QUrl(QStringLiteral("image://qspicon/4@2x")));
     anchorsOf(icon)->setLeft(leftOf(button));
     anchorsOf(icon)->setLeftMargin(fontPixelSize);
     anchorsOf(icon)->setVerticalCenter(verticalCenterOf(button));
@@ -89,7 +90,7 @@ QQuickItem *WifiSummary::addRow()
     const qreal arrowSide = height * 12.0 / 41.0;
     m_arrow->setSize(QSizeF(arrowSide, arrowSide));
     m_arrow->setSourceSize(QSize(64, 64));
-    m_arrow->setSource(QUrl(QStringLiteral("qrc:/setting/icons/rightArrow0@2x.png")));
+    IconProvider::setSource(m_arrow, QUrl(QStringLiteral("image://qspicon/rightArrow0@2x")));
     m_arrow->setVisible(enabled);
     anchorRight(m_arrow, button, fontPixelSize);
 

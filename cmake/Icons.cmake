@@ -1,12 +1,13 @@
 # Icons of the settings screen.
 #
 # Every icon is drawn as an SVG under qml/setting/icons/src/ and rasterised at build time by the small
-# iconrender tool, so the repository holds no binary images. The PNGs land in ${CMAKE_BINARY_DIR}/icons/
-# and are served from the resource prefix /setting/icons.
+# iconrender tool, so the repository holds no binary images. The raw icons (.icon: pixels ready to show,
+# with no image format to decode) land in ${CMAKE_BINARY_DIR}/icons/ and are served from the resource
+# prefix /setting/icons as image://qspicon/<name> (shell/IconProvider).
 #
 # qsp_render_icons(<out_var>)
 #   Adds the iconrender executable and one rendering rule per icon, and sets <out_var> in the caller's
-#   scope to the list of absolute paths of the rendered PNGs. Expects Qt5 Svg and Gui to be found already.
+#   scope to the list of absolute paths of the rendered icons. Expects Qt5 Svg and Gui to be found already.
 #
 # QSP_ICONRENDER names an iconrender program built elsewhere, used instead of building one. A cross build
 # needs it, since the icons are rendered on the build machine: scripts/armhf.sh builds one natively first.
@@ -14,7 +15,7 @@
 set(_QSP_ICONS_ROOT "${CMAKE_CURRENT_LIST_DIR}/..")
 get_filename_component(_QSP_ICONS_ROOT "${_QSP_ICONS_ROOT}" ABSOLUTE)
 
-# Pixel size of each icon: name (as in qrc:/setting/icons/<name>.png) followed by its size.
+# Pixel size of each icon: name (as in image://qspicon/<name>) followed by its size.
 # The sizes match the largest sourceSize the QML asks for, so the images are only ever scaled down.
 set(_QSP_ICON_TABLE
     # left menu
@@ -87,7 +88,7 @@ function(qsp_render_icons out_var)
     set(out_dir "${CMAKE_BINARY_DIR}/icons")
     file(MAKE_DIRECTORY "${out_dir}")
 
-    set(pngs)
+    set(icons)
     set(table ${_QSP_ICON_TABLE})
     list(LENGTH table count)
     math(EXPR last "${count} - 1")
@@ -102,15 +103,15 @@ function(qsp_render_icons out_var)
         set(height ${CMAKE_MATCH_2})
 
         set(svg "${src_dir}/${name}.svg")
-        set(png "${out_dir}/${name}.png")
+        set(icon "${out_dir}/${name}.icon")
         add_custom_command(
-            OUTPUT "${png}"
-            COMMAND "${renderer}" "${svg}" "${png}" ${width} ${height}
+            OUTPUT "${icon}"
+            COMMAND "${renderer}" "${svg}" "${icon}" ${width} ${height}
             DEPENDS "${svg}" "${renderer}"
-            COMMENT "Rendering icon ${name}.png (${width}x${height})"
+            COMMENT "Rendering icon ${name} (${width}x${height})"
             VERBATIM)
-        list(APPEND pngs "${png}")
+        list(APPEND icons "${icon}")
     endforeach()
 
-    set(${out_var} ${pngs} PARENT_SCOPE)
+    set(${out_var} ${icons} PARENT_SCOPE)
 endfunction()

@@ -4,6 +4,7 @@
 #include "shell/AppRootItem.h"
 #include "shell/ComponentCache.h"
 #include "shell/GlobalInfo.h"
+#include "shell/IconProvider.h"
 #include "shell/Palette.h"
 #include "shell/QmlTypes.h"
 
@@ -102,7 +103,7 @@ void ComboBox::createInnerComboBox()
     }
 
     m_indicator = new QQuickImage(combo);
-    m_indicator->setSource(QUrl(QStringLiteral("qrc:/setting/icons/down_arrow.png")));
+    IconProvider::setSource(m_indicator, QUrl(QStringLiteral("image://qspicon/down_arrow")));
     if (QQuickItem *content = combo->contentItem()) {
         QQuickAnchors *anchors = QQuickItemPrivate::get(m_indicator)->anchors();
         anchors->setVerticalCenter(QQuickItemPrivate::get(content)->verticalCenter());

@@ -3,6 +3,7 @@
 #include "controls/BeepButton.h"
 #include "shell/AppRootItem.h"
 #include "shell/GlobalInfo.h"
+#include "shell/IconProvider.h"
 #include "shell/Palette.h"
 #include "shell/QmlTypes.h"
 
@@ -143,7 +144,7 @@ void Dialog::addCloseButton()
     anchorsOf(m_closeButton)->setRight(QQuickItemPrivate::get(m_titleBar)->right());
 
     auto *icon = new QQuickImage(m_closeButton);
-    icon->setSource(QUrl(QStringLiteral("qrc:/setting/icons/close.png")));
+    IconProvider::setSource(icon, QUrl(QStringLiteral("image://qspicon/close")));
     const int side = int(m_titleBarHeight * 0.551);
     icon->setSourceSize(QSize(side, side));
     anchorsOf(icon)->setCenterIn(m_closeButton);

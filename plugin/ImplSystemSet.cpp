@@ -11,6 +11,7 @@
 #include "shell/AppRootItem.h"
 #include "shell/ComponentCache.h"
 #include "shell/GlobalInfo.h"
+#include "shell/IconProvider.h"
 #include "shell/QmlTypes.h"
 
 #include <QQmlComponent>
@@ -63,6 +64,7 @@ QQuickItem *ImplSystemSet::init(QQmlEngine *engine, int width, int height, int p
         return nullptr;
     }
 
+    IconProvider::install(engine);
     // Compiled again for a new engine (the host may replace its engine after deleting the first).
     static ComponentCache document(QUrl(QStringLiteral("qrc:/setting/main.qml")), &registerTypes);
     QQmlComponent *component = document.component(engine);

@@ -3,6 +3,7 @@
 #include "shell/ComponentCache.h"
 #include "shell/DocumentPart.h"
 #include "shell/GlobalInfo.h"
+#include "shell/IconProvider.h"
 #include "shell/Palette.h"
 #include "systemset/MeyerSingleton.h"
 #include "systemset/SystemSet.h"
@@ -36,12 +37,12 @@ AppRootItem *g_root = nullptr;
 
 /// Menu icons per page, normal and highlighted.
 const char *const g_buttonsInfo[7][2] = {
-    {"qrc:/setting/icons/newsetting.png", "qrc:/setting/icons/newsetting.png"},
-    {"qrc:/setting/icons/newnetwork.png", "qrc:/setting/icons/newnetwork.png"},
-    {"qrc:/setting/icons/newlanguage.png", "qrc:/setting/icons/newlanguage.png"},
-    {"qrc:/setting/icons/newversion.png", "qrc:/setting/icons/newversion.png"},
-    {"qrc:/setting/icons/newrestart.png", "qrc:/setting/icons/newrestart.png"},
-    {"qrc:/setting/icons/newexit.png", "qrc:/setting/icons/newexit.png"},
+    {"image://qspicon/newsetting", "image://qspicon/newsetting"},
+    {"image://qspicon/newnetwork", "image://qspicon/newnetwork"},
+    {"image://qspicon/newlanguage", "image://qspicon/newlanguage"},
+    {"image://qspicon/newversion", "image://qspicon/newversion"},
+    {"image://qspicon/newrestart", "image://qspicon/newrestart"},
+    {"image://qspicon/newexit", "image://qspicon/newexit"},
     {"", ""},
 };
 
@@ -416,7 +417,7 @@ void AppRootItem::addMenuButton()
             connect(button, &QQuickAbstractButton::clicked, this, &AppRootItem::hideMenu);
             auto *arrow = new QQuickImage(button);
             arrow->setSourceSize(QSize(64, 64));
-            arrow->setSource(QUrl(QStringLiteral("qrc:/setting/icons/rightArrow0@2x.png")));
+            IconProvider::setSource(arrow, QUrl(QStringLiteral("image://qspicon/rightArrow0@2x")));
             arrow->setFillMode(QQuickImage::PreserveAspectFit);
             arrow->setSize(QSizeF(button->height() * 0.4, button->height() * 0.4));
             anchorsOf(arrow)->setVerticalCenter(anchorLine(button, QQuickAnchors::VCenterAnchor));

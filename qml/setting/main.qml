@@ -1,5 +1,5 @@
 import QtQuick 2.15
-import QtQuick.Controls 2.15
+import QtQuick.Templates 2.15 as T
 import QQuickSystemSet 1.0
 import "flatui" as F
 
@@ -94,13 +94,40 @@ AppRootItem {
                                          : (narrow ? parent.width - 24 : parent.width - 80))
         height: Math.max(0, parent.height - _title.height - (_app.narrowPortrait ? 12 : 0))
 
-        ScrollBar.vertical: ScrollBar {
+        // A template with its bar drawn here: the stock style's document would be compiled at start.
+        T.ScrollBar.vertical: T.ScrollBar {
+            id: _scrollBar
+
             parent: _cardPool.parent
             width: 12
             anchors.top: _cardPool.top
             anchors.bottom: _cardPool.bottom
             anchors.right: parent.right
             anchors.rightMargin: 4
+            padding: 2
+            minimumSize: width / height
+
+            contentItem: Rectangle {
+                implicitWidth: 6
+                implicitHeight: 6
+                radius: width / 2
+                color: _scrollBar.pressed ? _scrollBar.palette.dark : _scrollBar.palette.mid
+                opacity: 0.0
+
+                states: State {
+                    name: "active"
+                    when: _scrollBar.policy === T.ScrollBar.AlwaysOn || (_scrollBar.active && _scrollBar.size < 1.0)
+                    PropertyChanges { target: _scrollBar.contentItem; opacity: 0.75 }
+                }
+
+                transitions: Transition {
+                    from: "active"
+                    SequentialAnimation {
+                        PauseAnimation { duration: 450 }
+                        NumberAnimation { target: _scrollBar.contentItem; duration: 200; property: "opacity"; to: 0.0 }
+                    }
+                }
+            }
         }
 
         Column {

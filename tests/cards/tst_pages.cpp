@@ -64,7 +64,7 @@ QQuickItem *shownItem(QQuickItem *under, const std::function<bool(QQuickItem *)>
 /// Whether the language row shows its tick and its grey highlight.
 bool rowMarkedCurrent(QQuickItem *card)
 {
-    const QUrl tick(QStringLiteral("qrc:/setting/icons/newtickgreen.png"));
+    const QUrl tick(QStringLiteral("image://qspicon/newtickgreen"));
     return shownItem(card, [&](QQuickItem *i) { return i->property("source").toUrl() == tick; }) &&
            shownItem(card, [](QQuickItem *i) {
                return i->inherits("QQuickRectangle") &&

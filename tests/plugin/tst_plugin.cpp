@@ -169,12 +169,12 @@ private Q_SLOTS:
         QStringList texts;
         for (BeepButton *button : menuButtons()) {
             texts << button->text();
-            QCOMPARE(button->property("imgUrl").toUrl().scheme(), QStringLiteral("qrc"));
+            QCOMPARE(button->property("imgUrl").toUrl().scheme(), QStringLiteral("image"));
             // Right arrows lead into pages where the menu fills the screen.
             bool arrow = false;
             for (QQuickItem *child : button->childItems())
-                arrow |= child->property("source").toUrl().toString().endsWith(
-                    QLatin1String("rightArrow0@2x.png"));
+                arrow |=
+                    child->property("source").toUrl().toString().endsWith(QLatin1String("rightArrow0@2x"));
             QCOMPARE(arrow, menuFill() && button->text() != m_bottom);
         }
         QCOMPARE(texts, (QStringList{QStringLiteral("General"), QStringLiteral("Network"),

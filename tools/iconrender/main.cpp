@@ -1,6 +1,10 @@
-// iconrender: rasterises one SVG icon into a PNG of a fixed pixel size.
+// iconrender: rasterises one SVG icon into a raw icon of a fixed pixel size.
 //
-//   iconrender <input.svg> <output.png> <width> <height>
+//   iconrender <input.svg> <output.icon> <width> <height>
+//
+// The output is what the screen shows without decoding anything: the four bytes "QSPI", the width and the
+// height as 32-bit little-endian numbers, then the pixels row by row, each a 32-bit little-endian
+// premultiplied 0xAARRGGBB value (shell/IconProvider reads it).
 //
 // Runs at build time on the build host, so it must not need a display: it only uses
 // QSvgRenderer, QImage and QPainter, which all work without a QGuiApplication.
@@ -12,6 +16,7 @@
 #include <QRectF>
 #include <QString>
 #include <QSvgRenderer>
+#include <QtEndian>
 
 #include <cstdio>
 
@@ -40,7 +45,7 @@ bool parseSide(const char *text, int *side)
 int main(int argc, char *argv[])
 {
     if (argc != 5) {
-        std::fprintf(stderr, "usage: iconrender <input.svg> <output.png> <width> <height>\n");
+        std::fprintf(stderr, "usage: iconrender <input.svg> <output.icon> <width> <height>\n");
         return 2;
     }
 
@@ -77,7 +82,18 @@ int main(int argc, char *argv[])
         renderer.render(&painter, QRectF(0, 0, width, height));
     }
 
-    if (!image.save(output, "PNG"))
-        return fail(QStringLiteral("cannot write '%1'").arg(output));
+    QByteArray raw("QSPI");
+    raw.resize(12 + width * height * 4);
+    qToLittleEndian<quint32>(quint32(width), raw.data() + 4);
+    qToLittleEndian<quint32>(quint32(height), raw.data() + 8);
+    char *pixel = raw.data() + 12;
+    for (int y = 0; y < height; ++y) {
+        const auto *line = reinterpret_cast<const QRgb *>(image.constScanLine(y));
+        for (int x = 0; x < width; ++x, pixel += 4)
+            qToLittleEndian<quint32>(line[x], pixel);
+    }
+    QFile out(output);
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate) || out.write(raw) != raw.size())
+        return fail(QStringLiteral("cannot write '%1': %2").arg(output, out.errorString()));
     return 0;
 }

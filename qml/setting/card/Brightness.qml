@@ -1,5 +1,5 @@
 import QtQuick 2.15
-import QtQuick.Controls 2.15
+import QtQuick.Templates 2.15 as T
 import QQuickSystemSet 1.0
 import "../flatui" as FlatUI
 
@@ -30,7 +30,7 @@ CardBrightness {
                 anchors.bottomMargin: parent.height * 0.3
                 anchors.left: parent.left
                 anchors.leftMargin: titleText.font.pixelSize
-                source: "qrc:/setting/icons/newbright.png"
+                source: "image://qspicon/newbright"
                 sourceSize: Qt.size(40, 40)
                 width: _cardBrightRoot.brightnessTitleRowHeight * 0.459
                 height: width
@@ -85,10 +85,11 @@ CardBrightness {
                                       - plusButton.width - parent.spacing * 3)
                     height: parent.height
 
-                    Slider {
+                    T.Slider {
                         id: brightNessSlider
 
                         anchors.fill: parent
+                        padding: 6
                         from: 1
                         to: 32
                         stepSize: 1

@@ -1,5 +1,4 @@
 import QtQuick 2.15
-import QtQuick.Controls 2.15
 import QQuickSystemSet 1.0
 
 CardBuzzer {
@@ -29,7 +28,7 @@ CardBuzzer {
                 anchors.bottomMargin: parent.height * 0.3
                 anchors.left: parent.left
                 anchors.leftMargin: titleText.font.pixelSize
-                source: "qrc:/setting/icons/newbuzzer.png"
+                source: "image://qspicon/newbuzzer"
                 width: _cardBuzzerRoot.buzzerTitleRowHeight * 0.459
                 height: titleIcon.width
             }

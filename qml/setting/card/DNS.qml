@@ -37,7 +37,7 @@ CardDNS {
                 anchors.leftMargin: titleText.font.pixelSize
                 width: titleRowHeight * 0.459
                 height: width
-                source: "qrc:/setting/icons/newdns.png"
+                source: "image://qspicon/newdns"
                 sourceSize: Qt.size(40, 40)
             }
 

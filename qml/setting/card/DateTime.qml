@@ -1,5 +1,4 @@
 import QtQuick 2.15
-import QtQuick.Controls 2.15
 import QQuickSystemSet 1.0
 
 CardTime {
@@ -30,7 +29,7 @@ CardTime {
                 anchors.bottomMargin: parent.height * 0.3
                 anchors.left: parent.left
                 anchors.leftMargin: titleText.font.pixelSize
-                source: "qrc:/setting/icons/newtime.png"
+                source: "image://qspicon/newtime"
                 sourceSize: Qt.size(40, 40)
                 width: _cardTimeRoot.timeTitleRowHeight * 0.459
                 height: width

@@ -1,5 +1,4 @@
 import QtQuick 2.15
-import QtQuick.Controls 2.15
 import QQuickSystemSet 1.0
 
 CardLanguage {
@@ -78,7 +77,7 @@ CardLanguage {
                             height: width
                             sourceSize.width: width
                             sourceSize.height: height
-                            source: "qrc:/setting/icons/newtickgreen.png"
+                            source: "image://qspicon/newtickgreen"
                         }
 
                         Text {

@@ -36,7 +36,7 @@ CardNIC {
                 anchors.leftMargin: titleText.font.pixelSize
                 width: titleRowHeight * 0.459
                 height: width
-                source: "qrc:/setting/icons/newdefault.png"
+                source: "image://qspicon/newdefault"
                 sourceSize: Qt.size(40, 40)
             }
 

@@ -31,7 +31,7 @@ CardNetwork {
                 anchors.leftMargin: _titleText.font.pixelSize
                 width: 0.4 * rowHeight
                 height: width
-                source: "qrc:/setting/icons/newnetwork1.png"
+                source: "image://qspicon/newnetwork1"
                 sourceSize: Qt.size(40, 40)
             }
 

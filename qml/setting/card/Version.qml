@@ -1,5 +1,4 @@
 import QtQuick 2.15
-import QtQuick.Controls 2.15
 import QQuickSystemSet 1.0
 
 CardVersion {
@@ -23,7 +22,7 @@ CardVersion {
 
             Image {
                 id: titleIcon
-                source: "qrc:/setting/icons/newcloud.png"
+                source: "image://qspicon/newcloud"
                 width: versionTitleRowHeight * 0.459
                 height: width
                 anchors.bottom: parent.bottom

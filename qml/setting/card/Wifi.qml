@@ -70,7 +70,7 @@ CardWifi {
                     y: (parent.height - height) / 2
                     height: rowHeight * 0.722
                     width: height
-                    source: "qrc:/setting/icons/loading@2x.png"
+                    source: "image://qspicon/loading@2x"
                     sourceSize: Qt.size(40, 40)
 
                     RotationAnimation on rotation {
@@ -89,7 +89,7 @@ CardWifi {
                 anchors.verticalCenter: parent.verticalCenter
                 height: parent.height * 0.8
                 width: height
-                source: "qrc:/setting/icons/newrefresh.png"
+                source: "image://qspicon/newrefresh"
                 sourceSize: Qt.size(32, 32)
 
                 BeepButton {

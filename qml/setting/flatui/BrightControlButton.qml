@@ -6,8 +6,8 @@ BrightButton {
 
     property bool isIncrement: true
     property int buttonSize: 0
-    readonly property string iconSource: isIncrement ? "qrc:/setting/icons/newincrease.png"
-                                                     : "qrc:/setting/icons/newdecrease.png"
+    readonly property string iconSource: isIncrement ? "image://qspicon/newincrease"
+                                                     : "image://qspicon/newdecrease"
 
     width: buttonSize
     height: buttonSize

@@ -10,7 +10,7 @@ BeepButton {
         width: parent.width / 2
         height: parent.height / 2
         sourceSize: Qt.size(64, 64)
-        source: "qrc:/setting/icons/leftArrow0@2x.png"
+        source: "image://qspicon/leftArrow0@2x"
         fillMode: Image.PreserveAspectFit
     }
 }
