@@ -4,7 +4,6 @@
 #include "shell/AppRootItem.h"
 #include "shell/ComponentCache.h"
 #include "shell/GlobalInfo.h"
-#include "shell/IconProvider.h"
 #include "shell/Palette.h"
 #include "shell/QmlTypes.h"
 
@@ -102,14 +101,12 @@ void ComboBox::createInnerComboBox()
         m_popup->setZ(GlobalInfo::instance().rootPopupZ());
     }
 
-    m_indicator = new QQuickImage(combo);
-    IconProvider::setSource(m_indicator, QUrl(QStringLiteral("image://qspicon/down_arrow")));
-    if (QQuickItem *content = combo->contentItem()) {
+    m_indicator = qobject_cast<QQuickImage *>(combo->indicator()); // InnerComboBox.qml's
+    if (QQuickItem *content = combo->contentItem(); content && m_indicator) {
         QQuickAnchors *anchors = QQuickItemPrivate::get(m_indicator)->anchors();
         anchors->setVerticalCenter(QQuickItemPrivate::get(content)->verticalCenter());
         anchors->setRight(QQuickItemPrivate::get(content)->right());
     }
-    combo->setIndicator(m_indicator);
 
     if (AppRootItem *root = AppRootItem::instance()) {
         connect(root, &QQuickItem::visibleChanged, this, [this, root] {
@@ -210,9 +207,11 @@ void ComboBox::updateSizes()
     m_fieldBackground->setRadius(h * 0.125);
     if (m_listBackground)
         m_listBackground->setRadius(h * 0.125);
-    const int side = int(h * 0.347);
-    m_indicator->setSourceSize(QSize(side, side));
-    QQuickItemPrivate::get(m_indicator)->anchors()->setRightMargin(h * 0.25);
+    if (m_indicator) {
+        const int side = int(h * 0.347);
+        m_indicator->setSourceSize(QSize(side, side));
+        QQuickItemPrivate::get(m_indicator)->anchors()->setRightMargin(h * 0.25);
+    }
 }
 
 void ComboBox::registerType()
