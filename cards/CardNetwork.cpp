@@ -77,6 +77,24 @@ void CardNetwork::prepare(QQmlEngine *engine)
 {
     if (engine)
         nicButtonComponent(engine);
+    // The card's texts and its address fields (see addColumnItemIp()).
+    if (AppRootItem *root = AppRootItem::instance()) {
+        const int font = defaultFontPixelSize();
+        root->preloadFonts({font, int(font * 0.9)});
+    }
+}
+
+int CardNetwork::defaultFontPixelSize()
+{
+    return int(defaultRowHeight() * 0.323);
+}
+
+int CardNetwork::defaultRowHeight()
+{
+    const GlobalInfo &info = GlobalInfo::instance();
+    if (!info.isScreenPortrait() && info.screenSize().width() > 0)
+        return int(info.screenSize().width() * 0.060546875);
+    return portraitRowHeight;
 }
 
 CardNetwork::CardNetwork(QQuickItem *parent)
@@ -87,10 +105,8 @@ CardNetwork::CardNetwork(QQuickItem *parent)
     , m_vpn(new VpnStatus(this))
 {
     qRegisterMetaType<HMI::SystemSet::NIC>();
-    const GlobalInfo &info = GlobalInfo::instance();
-    if (!info.isScreenPortrait() && info.screenSize().width() > 0)
-        m_rowHeight = int(info.screenSize().width() * 0.060546875);
-    m_fontPixelSize = int(m_rowHeight * 0.323);
+    m_rowHeight = defaultRowHeight();
+    m_fontPixelSize = defaultFontPixelSize();
 
     connect(this, &CardNetwork::currentNICChanged, this, &CardNetwork::changeNIC);
     connect(this, &CardNetwork::netDisabledChanged, m_adapters, &NetworkAdapters::updateAllAddressEnables);
@@ -320,10 +336,10 @@ BeepSwitch *CardNetwork::addColumnItemSwitch(QQuickItem *row, bool on)
 
 CIpInput *CardNetwork::addColumnItemIp(QQuickItem *row, HMI::IP ip)
 {
-    CIpInput *input = CIpInput::create(GlobalInfo::instance().qmlEngine(), row, int(m_fontPixelSize * 0.9));
+    CIpInput *input = CIpInput::create(GlobalInfo::instance().qmlEngine(), row, int(m_fontPixelSize * 0.9),
+                                       QSizeF(0, qRound(m_rowHeight * addressHeightFactor())));
     if (!input)
         return nullptr;
-    input->setHeight(qRound(m_rowHeight * addressHeightFactor()));
     input->setIp(dotted(ip));
     anchorRight(input, row, m_fontPixelSize);
     return input;
@@ -331,10 +347,11 @@ CIpInput *CardNetwork::addColumnItemIp(QQuickItem *row, HMI::IP ip)
 
 CMacInput *CardNetwork::addColumnItemMac(QQuickItem *row, const HMI::MAC &mac)
 {
-    CMacInput *input = CMacInput::create(GlobalInfo::instance().qmlEngine(), row, int(m_fontPixelSize * 0.9));
+    CMacInput *input =
+        CMacInput::create(GlobalInfo::instance().qmlEngine(), row, int(m_fontPixelSize * 0.9),
+                          QSizeF(qRound(m_rowHeight * 3.9), qRound(m_rowHeight * addressHeightFactor())));
     if (!input)
         return nullptr;
-    input->setSize(QSizeF(qRound(m_rowHeight * 3.9), qRound(m_rowHeight * addressHeightFactor())));
     input->setMac(mac);
     anchorRight(input, row, m_fontPixelSize);
     return input;

@@ -83,8 +83,6 @@ public:
     /// Sets the interface's on/off switch from the system.
     Q_INVOKABLE void updateSwitchDisplay_EnableDisable(HMI::SystemSet::NIC nic);
     /// Sets the interface's "Static IP" switch from the system (on = not DHCP).
-    /// Compiles the adapter button's document for @p engine ahead of the first card.
-    static void prepare(QQmlEngine *engine);
     Q_INVOKABLE void updateSwitchDisplay_static(HMI::SystemSet::NIC nic);
     Q_INVOKABLE void updateSwitchDisplay_static(int nic) { updateSwitchDisplay_static(NIC(nic)); }
 
@@ -116,6 +114,13 @@ public:
                              const QColor &color);
     /// Moves @p onOff to position @p on; whether it moved.
     static bool showSwitch(BeepSwitch *onOff, bool on);
+
+    /// Compiles the adapter button's document for @p engine ahead of the first card, and loads the card's
+    /// fonts.
+    static void prepare(QQmlEngine *engine);
+    /// The row height and font size the card starts with on this screen.
+    static int defaultRowHeight();
+    static int defaultFontPixelSize();
 
 Q_SIGNALS:
     void rowHeightChanged();
@@ -161,7 +166,8 @@ private:
     void resumeStatusTimer();
     void stopStatusTimers();
 
-    int m_rowHeight = 62;
+    static constexpr int portraitRowHeight = 62;
+    int m_rowHeight = portraitRowHeight;
     int m_fontPixelSize = 20;
     NIC m_currentNIC = NIC(0);
 

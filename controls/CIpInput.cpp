@@ -60,11 +60,15 @@ constexpr char Document[] = "qrc:/setting/flatui/IpInput.qml";
 
 } // namespace
 
-CIpInput *CIpInput::create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize)
+CIpInput *CIpInput::create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize, const QSizeF &size)
 {
-    const auto setUp = [fontPixelSize](QQuickItem *item) {
+    const auto setUp = [fontPixelSize, size](QQuickItem *item) {
         if (fontPixelSize > 0)
             static_cast<CIpInput *>(item)->setFontPixelSize(fontPixelSize);
+        if (size.width() > 0)
+            item->setWidth(size.width());
+        if (size.height() > 0)
+            item->setHeight(size.height());
     };
     return createFromDocument<CIpInput>(Document, engine, parent, "address input", setUp);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QQuickItem>
+#include <QSizeF>
 #include <QString>
 
 class QQmlEngine;
@@ -27,9 +28,10 @@ public:
     explicit CIpInput(QQuickItem *parent = nullptr);
 
     /// Makes a control from IpInput.qml in @p engine's root context, owned by and shown in @p parent.
-    /// A @p fontPixelSize above 0 is set before the fields are first laid out. Null when the document cannot
-    /// be loaded (reported once as a warning).
-    static CIpInput *create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize = 0);
+    /// A @p fontPixelSize above 0, and each side of @p size above 0, are set before the fields are first laid
+    /// out. Null when the document cannot be loaded (reported once as a warning).
+    static CIpInput *create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize = 0,
+                            const QSizeF &size = {});
     /// Compiles IpInput.qml for @p engine ahead of the first create().
     static void prepare(QQmlEngine *engine);
     /// Registers "CIpInput" in "QQuickSystemSet" 1.0; later calls do nothing.

@@ -43,11 +43,15 @@ constexpr char Document[] = "qrc:/setting/flatui/MacInput.qml";
 
 } // namespace
 
-CMacInput *CMacInput::create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize)
+CMacInput *CMacInput::create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize, const QSizeF &size)
 {
-    const auto setUp = [fontPixelSize](QQuickItem *item) {
+    const auto setUp = [fontPixelSize, size](QQuickItem *item) {
         if (fontPixelSize > 0)
             static_cast<CMacInput *>(item)->setFontPixelSize(fontPixelSize);
+        if (size.width() > 0)
+            item->setWidth(size.width());
+        if (size.height() > 0)
+            item->setHeight(size.height());
     };
     return createFromDocument<CMacInput>(Document, engine, parent, "MAC address input", setUp);
 }

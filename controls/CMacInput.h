@@ -4,6 +4,7 @@
 
 #include <QMetaType>
 #include <QQuickItem>
+#include <QSizeF>
 
 class QQmlEngine;
 class QQuickTextInput;
@@ -22,9 +23,10 @@ public:
     explicit CMacInput(QQuickItem *parent = nullptr);
 
     /// Makes a control from MacInput.qml in @p engine's root context, owned by and shown in @p parent.
-    /// A @p fontPixelSize above 0 is set before the fields are first laid out. Null when the document cannot
-    /// be loaded (reported once as a warning).
-    static CMacInput *create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize = 0);
+    /// A @p fontPixelSize above 0, and each side of @p size above 0, are set before the fields are first laid
+    /// out. Null when the document cannot be loaded (reported once as a warning).
+    static CMacInput *create(QQmlEngine *engine, QQuickItem *parent, int fontPixelSize = 0,
+                             const QSizeF &size = {});
     /// Compiles MacInput.qml for @p engine ahead of the first create().
     static void prepare(QQmlEngine *engine);
     /// Registers "CMacInput" in "QQuickSystemSet" 1.0 (and HMI::MAC as a meta-type); later calls do nothing.

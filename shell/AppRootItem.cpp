@@ -9,6 +9,7 @@
 #include "systemset/SystemSet.h"
 
 #include <QCoreApplication>
+#include <QFontMetricsF>
 #include <QKeyEvent>
 #include <QMetaMethod>
 #include <QQmlComponent>
@@ -216,6 +217,20 @@ void AppRootItem::prepareNextCard()
         return;
     cardComponent(*next);
     m_prepareTimer.start();
+}
+
+void AppRootItem::preloadFonts(std::initializer_list<int> pixelSizes)
+{
+    for (const int pixelSize : pixelSizes) {
+        if (pixelSize <= 0 ||
+            std::any_of(m_preloadedFonts.cbegin(), m_preloadedFonts.cend(),
+                        [pixelSize](const QFont &font) { return font.pixelSize() == pixelSize; }))
+            continue;
+        QFont font;
+        font.setPixelSize(pixelSize);
+        QFontMetricsF(font).height(); // loads the font's engine, which the font then holds
+        m_preloadedFonts.append(font);
+    }
 }
 
 QQmlComponent *AppRootItem::cardComponent(Cards card)

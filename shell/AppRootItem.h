@@ -2,10 +2,13 @@
 
 #include <QtQuick/private/qquickrectangle_p.h>
 
+#include <QFont>
 #include <QPointer>
 #include <QTimer>
+#include <QVector>
 
 #include <array>
+#include <initializer_list>
 
 class QQmlComponent;
 class QQmlEngine;
@@ -110,6 +113,10 @@ public:
     void adjustTitle();
     void adjustMenu();
     void addReturnButton();
+    /// Looks up the application's font at each of @p pixelSizes now and keeps it for as long as the screen
+    /// lives: a font's first use asks the system's font configuration, which is slow. For the idle time
+    /// before a page is first shown.
+    void preloadFonts(std::initializer_list<int> pixelSizes);
 
 Q_SIGNALS:
     void currentPageChanged(QSP::AppRootItem::MenuIndex newPage, QSP::AppRootItem::MenuIndex oldPage);
@@ -159,6 +166,7 @@ private:
     std::array<QQuickItem *, 9> m_cards{};
     std::array<QPointer<QQmlComponent>, 9> m_cardComponents{}; ///< owned by the engine
     QTimer m_prepareTimer;
+    QVector<QFont> m_preloadedFonts;
     bool m_adapterCardsShown = true;
     QMetaObject::Connection m_windowConnection;
     QPointer<QQmlEngine> m_engine;

@@ -23,7 +23,10 @@ Item {
         // The text when editing began, given back when the editing is cancelled.
         property string oldInputText: "0"
 
-        anchors.fill: parent
+        // Sized by bindings rather than anchors: anchors are applied when the field is completed and would
+        // lay its text out a second time.
+        width: parent.width
+        height: parent.height
         text: "0"
         font.pixelSize: fontPixelSize
         horizontalAlignment: TextInput.AlignHCenter

@@ -24,7 +24,10 @@ CMacInput {
         // The text when editing began, given back when the editing is cancelled or left unfinished.
         property string oldInputText
 
-        anchors.fill: parent
+        // Sized by bindings rather than anchors: anchors are applied when the field is completed and would
+        // lay its text out a second time.
+        width: parent.width
+        height: parent.height
         text: "00:00:00:00:00:00"
         horizontalAlignment: TextInput.AlignHCenter
         verticalAlignment: TextInput.AlignVCenter
