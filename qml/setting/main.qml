@@ -108,24 +108,35 @@ AppRootItem {
             minimumSize: width / height
 
             contentItem: Rectangle {
+                id: _scrollHandle
+
+                readonly property bool shown: _scrollBar.policy === T.ScrollBar.AlwaysOn
+                                              || (_scrollBar.active && _scrollBar.size < 1.0)
+
                 implicitWidth: 6
                 implicitHeight: 6
                 radius: width / 2
                 color: _scrollBar.pressed ? _scrollBar.palette.dark : _scrollBar.palette.mid
                 opacity: 0.0
+                // Out of the scene while faded out, so that a page switch that changes its size does not
+                // repaint its strip.
+                visible: opacity > 0
 
-                states: State {
-                    name: "active"
-                    when: _scrollBar.policy === T.ScrollBar.AlwaysOn || (_scrollBar.active && _scrollBar.size < 1.0)
-                    PropertyChanges { target: _scrollBar.contentItem; opacity: 0.75 }
+                // Shown at once while scrolling, faded out a little after the scrolling ends.
+                onShownChanged: {
+                    if (shown) {
+                        _fadeOut.stop()
+                        opacity = 0.75
+                    } else {
+                        _fadeOut.restart()
+                    }
                 }
 
-                transitions: Transition {
-                    from: "active"
-                    SequentialAnimation {
-                        PauseAnimation { duration: 450 }
-                        NumberAnimation { target: _scrollBar.contentItem; duration: 200; property: "opacity"; to: 0.0 }
-                    }
+                SequentialAnimation {
+                    id: _fadeOut
+
+                    PauseAnimation { duration: 450 }
+                    NumberAnimation { target: _scrollHandle; property: "opacity"; to: 0.0; duration: 200 }
                 }
             }
         }

@@ -263,6 +263,27 @@ private Q_SLOTS:
         QTEST(m_card->mapRectToScene(QRectF(0, 0, m_card->width(), 1)), "card");
     }
 
+    void scrollBarWhileDragging()
+    {
+        // Taller than a 600-pixel screen: dragged up, the page shows its scroll bar until a while after.
+        QVERIFY(build({}, true, QSize(1024, 600)));
+        auto *pool = m_f->root()->property("cardPool").value<QQuickItem *>();
+        QQuickItem *handle = nullptr;
+        for (QQuickItem *child : m_f->root()->childItems())
+            if (child->inherits("QQuickScrollBar"))
+                handle = child->property("contentItem").value<QQuickItem *>();
+        QVERIFY(pool && handle);
+        QVERIFY(!handle->isVisible());
+        const QPoint start = ScreenFixture::centreOf(pool);
+        QTest::mousePress(m_f->window(), Qt::LeftButton, {}, start);
+        for (int step = 1; step <= 10; ++step)
+            QTest::mouseMove(m_f->window(), start - QPoint(0, 15 * step), 16);
+        QVERIFY(pool->property("contentY").toReal() > 0);
+        QVERIFY(handle->isVisible() && handle->opacity() > 0.5);
+        QTest::mouseRelease(m_f->window(), Qt::LeftButton, {}, start - QPoint(0, 150));
+        QTRY_VERIFY(!handle->isVisible());
+    }
+
     void selectingAdapters()
     {
         QSignalSpy changed(m_card, &CardNetwork::currentNICChanged);

@@ -13,6 +13,16 @@ CIpInput {
     implicitWidth: _row.width
     implicitHeight: fontPixelSize * 2
 
+    // The separators: small squares, drawn with a touch of transparency. A text per dot costs several
+    // times more to draw, and an opaque item would cut the card's background under it into pieces that
+    // the software renderer fills one by one.
+    component Dot: Rectangle {
+        anchors.verticalCenter: parent.verticalCenter
+        width: Math.max(2, Math.round(fontPixelSize / 7))
+        height: width
+        color: "#E6000000"
+    }
+
     Row {
         id: _row
 
@@ -22,30 +32,15 @@ CIpInput {
         IpInputRect {
             id: _ipInput0
         }
-        Text {
-            textFormat: Text.PlainText
-            anchors.verticalCenter: parent.verticalCenter
-            text: "·"
-            font.pixelSize: fontPixelSize
-        }
+        Dot {}
         IpInputRect {
             id: _ipInput1
         }
-        Text {
-            textFormat: Text.PlainText
-            anchors.verticalCenter: parent.verticalCenter
-            text: "·"
-            font.pixelSize: fontPixelSize
-        }
+        Dot {}
         IpInputRect {
             id: _ipInput2
         }
-        Text {
-            textFormat: Text.PlainText
-            anchors.verticalCenter: parent.verticalCenter
-            text: "·"
-            font.pixelSize: fontPixelSize
-        }
+        Dot {}
         IpInputRect {
             id: _ipInput3
         }
