@@ -141,7 +141,10 @@ int main(int argc, char **argv)
         opens.push_back(measure(window, [&] { settings->open(); }));
     }
 
-    // (c) switches to each page: the first one makes its cards, later ones only show them.
+    // (c) switches to each page: the first one makes its cards, later ones only show them. A person's first
+    // tap comes a while after the screen is shown: the idle work after the first frame (see
+    // bench_instructions) is given that while, as it is there.
+    ScreenDriver::settle(300);
     const char *const pages[] = {"Network", "Language", "Version", "General"};
     std::map<QString, std::vector<Figure>> firstSwitch;
     std::map<QString, std::vector<Figure>> laterSwitch;

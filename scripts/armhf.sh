@@ -7,6 +7,10 @@
 #   bash scripts/armhf.sh --bench [bench_screen options]
 #                                    the benchmark for armhf, QML compiled and QML source side by side, under
 #                                    emulation (scripts/bench.sh on the cross build, into build-armhf-bench-*)
+#   bash scripts/armhf.sh --bench-instructions [bench_instructions options]
+#                                    the screen against the plain-QML page as scripts/bench-instructions.sh
+#                                    compares them, in CPU time under emulation (valgrind does not run
+#                                    there), QML compiled and QML source (into build-armhf-bench-instructions-*)
 #
 # The sysroot holds Debian's armhf -dev packages, extracted by mmdebstrap (nothing is installed or run in it),
 # with usr/lib/qt5/bin linked to the build machine's Qt tools. It is made once in .cache/armhf-sysroot and
@@ -124,8 +128,12 @@ build_iconrender() {
 }
 
 bench=false
+bench_instructions=false
 if [[ "${1:-}" == "--bench" ]]; then
   bench=true
+  shift
+elif [[ "${1:-}" == "--bench-instructions" ]]; then
+  bench_instructions=true
   shift
 fi
 
@@ -139,14 +147,25 @@ build_iconrender
 cross=(-DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-armhf.cmake" -DQSP_ARMHF_SYSROOT="$sysroot"
        -DQSP_ICONRENDER="$iconrender" "${launcher[@]}")
 
+qt=$sysroot/usr/lib/arm-linux-gnueabihf/qt5
+emulator="$(command -v qemu-arm-static) -L $sysroot -E QT_PLUGIN_PATH=$qt/plugins -E QML2_IMPORT_PATH=$qt/qml"
 if $bench; then
   # scripts/bench.sh builds both variants with these options and runs each process under the emulator.
   export BENCH_DIR_PREFIX="$root/build-armhf-bench"
   export BENCH_CMAKE_OPTIONS="${cross[*]}"
-  qt=$sysroot/usr/lib/arm-linux-gnueabihf/qt5
-  qemu=$(command -v qemu-arm-static)
-  export BENCH_RUNNER="$qemu -L $sysroot -E QT_PLUGIN_PATH=$qt/plugins -E QML2_IMPORT_PATH=$qt/qml"
+  export BENCH_RUNNER="$emulator"
   exec bash "$root/scripts/bench.sh" "$@"
+fi
+if $bench_instructions; then
+  # The idle work between sections is slower under the emulator, and is given the time valgrind is given.
+  export BENCH_RUNNER="$emulator" BENCH_SETTLE_MS=${BENCH_SETTLE_MS:-3000}
+  for variant in aot:ON source:OFF; do
+    say "QML ${variant%%:*}: $([[ ${variant##*:} == ON ]] && echo "compiled ahead of time" || echo "kept as source")"
+    BUILD_DIR="$root/build-armhf-bench-instructions-${variant%%:*}" \
+      BENCH_CMAKE_OPTIONS="${cross[*]} -DQSP_PRECOMPILE_QML=${variant##*:}" \
+      bash "$root/scripts/bench-instructions.sh" --cpu "$@"
+  done
+  exit 0
 fi
 
 # Release: the tests run on optimised code, as the panel does, and the build stays lean.
